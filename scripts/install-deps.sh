@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs everything Brivello needs to build, run and test.
+# Debian/Ubuntu: apt, non-interactive. macOS: prints the Homebrew command.
+set -euo pipefail
+
+if [[ "$(uname -s)" == Darwin ]]; then
+  cat <<'TXT'
+On macOS install the build tools with Homebrew, then build with CMake:
+  brew install cmake ninja qt nlohmann-json googletest
+Core Audio, Carbon and AppKit come with the Xcode command line tools (xcode-select --install).
+TXT
+  exit 0
+fi
+
+packages=(
+  # build
+  build-essential cmake ninja-build pkg-config libgtest-dev
+  qt6-base-dev libpulse-dev nlohmann-json3-dev
+  libxcb1-dev libxcb-keysyms1-dev x11proto-dev
+  # run and test: a private sound server, a virtual X display, key injection, sound analysis
+  pulseaudio pulseaudio-utils xvfb xauth xdotool x11-utils sox
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+if ((${#missing[@]} == 0)); then
+  exit 0
+fi
+
+sudo_cmd=()
+if [[ $(id -u) -ne 0 ]]; then sudo_cmd=(sudo); fi
+export DEBIAN_FRONTEND=noninteractive
+"${sudo_cmd[@]}" apt-get update -qq
+"${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
