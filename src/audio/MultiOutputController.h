@@ -1,0 +1,89 @@
+#pragma once
+
+#include "AudioOutputDevice.h"
+#include "AudioSystem.h"
+
+#include <QObject>
+#include <QString>
+#include <QUuid>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+struct Zone;
+
+// Holds the device list, the user's selection, volumes and delays, and switches Brivello's
+// multi-output device on and off. Lives on the main thread; every published member announces its
+// changes through its signal so the interface can bind to it.
+class MultiOutputController : public QObject {
+    Q_OBJECT
+public:
+    // Removes a multi-output device left from an earlier run, reads the devices and starts
+    // listening to device-list changes. `audio` must outlive the controller.
+    explicit MultiOutputController(AudioSystem& audio, QObject* parent = nullptr);
+    ~MultiOutputController() override;
+
+    const std::vector<AudioOutputDevice>& devices() const { return m_devices; }
+    const std::set<AudioDeviceID>& selected() const { return m_selected; }
+    bool isActive() const { return m_isActive; }
+    const std::map<AudioDeviceID, float>& volumes() const { return m_volumes; }
+    const std::map<AudioDeviceID, double>& delaysMs() const { return m_delaysMs; }
+    const std::optional<QString>& statusMessage() const { return m_statusMessage; }
+    const std::optional<QUuid>& activeZoneID() const { return m_activeZoneID; }
+
+    std::vector<AudioOutputDevice> selectedDevices() const;
+    std::vector<std::string> selectedUIDs() const;
+    bool canActivate() const;
+
+    void refresh();
+    void toggle(AudioDeviceID device);
+    void activate();
+    void deactivate();
+    // A delay edit in progress: only the stored value changes.
+    void setDelay(AudioDeviceID device, double milliseconds);
+    // The end of a delay edit: while active the multi-output device is rebuilt with it.
+    void commitDelays();
+    void setVolume(float volume, const AudioOutputDevice& device);
+    void activateZone(const Zone& zone);
+    bool zoneIsAvailable(const Zone& zone) const;
+
+    // The application is ending: put the previous default output back and leave no
+    // multi-output device behind.
+    void teardown();
+
+    // The extra latency per selected device's uid, in frames at the common sample rate.
+    std::map<std::string, double> latencyFrames() const;
+
+signals:
+    void devicesChanged();
+    void selectedChanged();
+    void isActiveChanged();
+    void volumesChanged();
+    void delaysMsChanged();
+    void statusMessageChanged();
+    void activeZoneIDChanged();
+
+private:
+    std::optional<AudioOutputDevice> masterDevice() const;
+    void rebuildAggregate();
+    void makeAudible(AudioDeviceID device);
+    void installDeviceChangeListener();
+    void setSelected(std::set<AudioDeviceID> selected);
+    void setActive(bool active);
+    void setStatusMessage(std::optional<QString> message);
+    void setActiveZoneID(std::optional<QUuid> zone);
+
+    AudioSystem& m_audio;
+    std::vector<AudioOutputDevice> m_devices;
+    std::set<AudioDeviceID> m_selected;
+    bool m_isActive = false;
+    std::map<AudioDeviceID, float> m_volumes;
+    std::map<AudioDeviceID, double> m_delaysMs;
+    std::optional<QString> m_statusMessage;
+    std::optional<QUuid> m_activeZoneID;
+    std::optional<AudioDeviceID> m_aggregateID;
+    std::optional<AudioDeviceID> m_previousDefaultOutput;
+};
