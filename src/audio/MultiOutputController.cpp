@@ -1,0 +1,287 @@
+#include "MultiOutputController.h"
+
+#include "Zone.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <algorithm>
+
+namespace {
+
+constexpr float kInaudibleBelow = 0.05f;
+constexpr float kAudibleLevel = 0.7f;
+constexpr double kBluetoothDelayMs = 180.0;
+
+} // namespace
+
+MultiOutputController::MultiOutputController(AudioSystem& audio, QObject* parent)
+    : QObject(parent), m_audio(audio) {
+    // A device left by a crashed run must be gone before anyone reads the device list.
+    m_audio.destroyExistingMultiOutput();
+    refresh();
+    installDeviceChangeListener();
+    if (auto* app = QCoreApplication::instance())
+        connect(app, &QCoreApplication::aboutToQuit, this, &MultiOutputController::teardown);
+}
+
+MultiOutputController::~MultiOutputController() {
+    m_audio.setDeviceListListener({});
+}
+
+void MultiOutputController::installDeviceChangeListener() {
+    QPointer<MultiOutputController> self(this);
+    m_audio.setDeviceListListener([self] {
+        if (!self)
+            return;
+        // Never refresh inside the platform's callback: one refresh per notification, later.
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self] {
+                if (self)
+                    self->refresh();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+std::vector<AudioOutputDevice> MultiOutputController::selectedDevices() const {
+    std::vector<AudioOutputDevice> result;
+    for (const auto& device : m_devices)
+        if (m_selected.contains(device.id))
+            result.push_back(device);
+    return result;
+}
+
+std::vector<std::string> MultiOutputController::selectedUIDs() const {
+    std::vector<std::string> result;
+    for (const auto& device : selectedDevices())
+        result.push_back(device.uid);
+    return result;
+}
+
+bool MultiOutputController::canActivate() const {
+    return !m_selected.empty() && !m_isActive;
+}
+
+void MultiOutputController::refresh() {
+    auto list = m_audio.outputDevices();
+    m_devices = std::move(list);
+    emit devicesChanged();
+
+    std::set<AudioDeviceID> present;
+    for (const auto& device : m_devices)
+        if (m_selected.contains(device.id))
+            present.insert(device.id);
+    setSelected(std::move(present));
+
+    // Settings of devices that went away are kept, so they come back with the device.
+    bool volumesAdded = false;
+    bool delaysAdded = false;
+    for (const auto& device : m_devices) {
+        if (!m_volumes.contains(device.id)) {
+            m_volumes[device.id] = m_audio.volume(device.id).value_or(1.0f);
+            volumesAdded = true;
+        }
+    }
+    for (const auto& device : m_devices) {
+        if (!m_delaysMs.contains(device.id)) {
+            const bool bluetooth = device.transport == AudioOutputDevice::Transport::bluetooth;
+            m_delaysMs[device.id] = bluetooth ? kBluetoothDelayMs : 0.0;
+            delaysAdded = true;
+        }
+    }
+    if (volumesAdded)
+        emit volumesChanged();
+    if (delaysAdded)
+        emit delaysMsChanged();
+}
+
+void MultiOutputController::toggle(AudioDeviceID device) {
+    if (m_isActive)
+        return; // the selection is locked while the multi-output device plays
+    auto selected = m_selected;
+    if (!selected.erase(device))
+        selected.insert(device);
+    setSelected(std::move(selected));
+}
+
+std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
+    const auto devices = selectedDevices();
+    if (devices.empty())
+        return std::nullopt;
+    // Bluetooth clocks are the least steady; any wired device makes a better master.
+    auto it = std::find_if(devices.begin(), devices.end(), [](const AudioOutputDevice& d) {
+        return d.transport != AudioOutputDevice::Transport::bluetooth;
+    });
+    return it != devices.end() ? *it : devices.front();
+}
+
+std::map<std::string, double> MultiOutputController::latencyFrames() const {
+    const auto devices = selectedDevices();
+    std::vector<AudioDeviceID> ids;
+    for (const auto& device : devices)
+        ids.push_back(device.id);
+    const double rate = m_audio.commonSampleRate(ids);
+
+    std::map<std::string, double> frames;
+    for (const auto& device : devices) {
+        auto delay = m_delaysMs.find(device.id);
+        if (delay != m_delaysMs.end() && delay->second > 0)
+            frames[device.uid] = rate * (delay->second / 1000.0);
+    }
+    return frames;
+}
+
+void MultiOutputController::activate() {
+    const auto devices = selectedDevices();
+    const auto master = masterDevice();
+    if (!master)
+        return;
+
+    m_previousDefaultOutput = m_audio.defaultOutputDevice();
+    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyFrames());
+    if (!created) {
+        setStatusMessage(QString::fromUtf8("Multi-Output-Gerät konnte nicht erstellt werden."));
+        return;
+    }
+    if (m_audio.setDefaultOutputDevice(*created) != 0) {
+        m_audio.removeDevice(*created);
+        setStatusMessage(QString::fromUtf8("Audioausgabe konnte nicht umgeleitet werden."));
+        return;
+    }
+    m_aggregateID = *created;
+    setActive(true);
+    for (const auto& device : devices)
+        makeAudible(device.id);
+    setStatusMessage(QString::fromUtf8("Aktiv – Ton spielt auf %1 Geräten.")
+                         .arg(static_cast<qlonglong>(devices.size())));
+}
+
+void MultiOutputController::deactivate() {
+    // The default goes back first, so the sound never points at a device that is being removed.
+    if (m_previousDefaultOutput && *m_previousDefaultOutput != 0)
+        m_audio.setDefaultOutputDevice(*m_previousDefaultOutput);
+    if (m_aggregateID)
+        m_audio.removeDevice(*m_aggregateID);
+    m_aggregateID.reset();
+    m_previousDefaultOutput.reset();
+    setActive(false);
+    setActiveZoneID(std::nullopt);
+    setStatusMessage(std::nullopt);
+}
+
+void MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) {
+    m_delaysMs[device] = milliseconds;
+    emit delaysMsChanged();
+}
+
+void MultiOutputController::commitDelays() {
+    if (m_isActive)
+        rebuildAggregate();
+}
+
+void MultiOutputController::rebuildAggregate() {
+    if (!m_isActive)
+        return;
+    const auto master = masterDevice();
+    if (!master)
+        return;
+    if (m_aggregateID)
+        m_audio.removeDevice(*m_aggregateID);
+    const auto devices = selectedDevices();
+    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyFrames());
+    if (!created)
+        return;
+    m_audio.setDefaultOutputDevice(*created);
+    m_aggregateID = *created;
+    for (const auto& device : devices)
+        makeAudible(device.id);
+}
+
+void MultiOutputController::makeAudible(AudioDeviceID device) {
+    m_audio.unmute(device);
+    float level = 1.0f;
+    if (auto read = m_audio.volume(device))
+        level = *read;
+    else if (auto stored = m_volumes.find(device); stored != m_volumes.end())
+        level = stored->second;
+    if (level < kInaudibleBelow) {
+        level = kAudibleLevel;
+        m_audio.setVolume(kAudibleLevel, device);
+    }
+    m_volumes[device] = level;
+    emit volumesChanged();
+}
+
+void MultiOutputController::setVolume(float volume, const AudioOutputDevice& device) {
+    m_volumes[device.id] = volume;
+    emit volumesChanged();
+    if (volume > 0)
+        m_audio.unmute(device.id);
+    m_audio.setVolume(volume, device.id);
+}
+
+void MultiOutputController::activateZone(const Zone& zone) {
+    if (m_isActive) {
+        const bool sameZone = m_activeZoneID && *m_activeZoneID == zone.id;
+        deactivate();
+        if (sameZone)
+            return; // the zone's second press switches it off
+    }
+    std::set<AudioDeviceID> ids;
+    for (const auto& uid : zone.deviceUIDs) {
+        auto it = std::find_if(m_devices.begin(), m_devices.end(),
+                               [&uid](const AudioOutputDevice& d) { return d.uid == uid; });
+        if (it != m_devices.end())
+            ids.insert(it->id);
+    }
+    if (ids.empty()) {
+        setStatusMessage(QString::fromUtf8("Zone „%1“: keine Geräte verfügbar.")
+                             .arg(QString::fromStdString(zone.name)));
+        return;
+    }
+    setSelected(std::move(ids));
+    activate();
+    if (m_isActive)
+        setActiveZoneID(zone.id);
+}
+
+bool MultiOutputController::zoneIsAvailable(const Zone& zone) const {
+    return std::any_of(zone.deviceUIDs.begin(), zone.deviceUIDs.end(), [this](const auto& uid) {
+        return std::any_of(m_devices.begin(), m_devices.end(),
+                           [&uid](const AudioOutputDevice& d) { return d.uid == uid; });
+    });
+}
+
+void MultiOutputController::teardown() {
+    if (m_isActive)
+        deactivate();
+    m_audio.destroyExistingMultiOutput();
+}
+
+void MultiOutputController::setSelected(std::set<AudioDeviceID> selected) {
+    m_selected = std::move(selected);
+    emit selectedChanged();
+}
+
+void MultiOutputController::setActive(bool active) {
+    if (m_isActive == active)
+        return;
+    m_isActive = active;
+    emit isActiveChanged();
+}
+
+void MultiOutputController::setStatusMessage(std::optional<QString> message) {
+    if (m_statusMessage == message)
+        return;
+    m_statusMessage = std::move(message);
+    emit statusMessageChanged();
+}
+
+void MultiOutputController::setActiveZoneID(std::optional<QUuid> zone) {
+    if (m_activeZoneID == zone)
+        return;
+    m_activeZoneID = zone;
+    emit activeZoneIDChanged();
+}
