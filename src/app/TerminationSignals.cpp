@@ -1,0 +1,58 @@
+#include "TerminationSignals.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+// The only thing a signal handler may safely do is write to a descriptor; the event loop reads
+// the other end on the main thread.
+int g_pipe[2] = {-1, -1};
+constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
+
+extern "C" void forwardSignal(int signal) {
+    const char byte = static_cast<char>(signal);
+    [[maybe_unused]] auto written = ::write(g_pipe[0], &byte, 1);
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent) {
+    if (g_pipe[0] != -1 || ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_pipe) != 0)
+        return;
+    // Neither end may block: not the handler, and not the drain loop below.
+    ::fcntl(g_pipe[0], F_SETFL, O_NONBLOCK);
+    ::fcntl(g_pipe[1], F_SETFL, O_NONBLOCK);
+    m_notifier = new QSocketNotifier(g_pipe[1], QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &TerminationSignals::onSignal);
+
+    struct sigaction action {};
+    action.sa_handler = forwardSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (int signal : kSignals)
+        ::sigaction(signal, &action, nullptr);
+}
+
+TerminationSignals::~TerminationSignals() {
+    if (!m_notifier)
+        return;
+    for (int signal : kSignals)
+        ::signal(signal, SIG_DFL);
+    ::close(g_pipe[0]);
+    ::close(g_pipe[1]);
+    g_pipe[0] = g_pipe[1] = -1;
+}
+
+void TerminationSignals::onSignal() {
+    char buffer[16];
+    while (::read(g_pipe[1], buffer, sizeof buffer) > 0) {
+    }
+    QCoreApplication::quit();
+}
