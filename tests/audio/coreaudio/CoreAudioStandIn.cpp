@@ -35,9 +35,12 @@ CoreAudioStandIn::Bytes CoreAudioStandIn::bytes(const void* data, std::size_t si
     return Bytes(first, first + size);
 }
 
-CoreAudioApi::ObjectID CoreAudioStandIn::plug(const Device& device) {
-    const ObjectID id = m_nextID++;
-    Object& object = m_objects[id];
+CoreAudioApi::ObjectID CoreAudioStandIn::plug(const Device& device, ObjectID id) {
+    if (id == kAudioObjectUnknown)
+        id = m_nextID++;
+    std::erase(m_deviceOrder, id);
+    m_nextID = std::max(m_nextID, id + 1);
+    Object& object = m_objects[id] = Object{};
     object.aggregate = device.transport == kAudioDeviceTransportTypeAggregate;
     auto streams = [this](std::uint32_t count) {
         std::vector<ObjectID> ids;

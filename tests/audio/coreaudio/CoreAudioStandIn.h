@@ -77,8 +77,10 @@ public:
     static PropertyAddress global(std::uint32_t selector);
     static PropertyAddress output(std::uint32_t selector, std::uint32_t element = 0);
 
-    // Adds the device to the system's device list and notifies the device-list listeners.
-    ObjectID plug(const Device& device);
+    // Adds the device to the end of the system's device list and notifies the device-list
+    // listeners. Under a fresh id, or under `id` to bring a device back as Core Audio sometimes
+    // does (a device present under that id is replaced).
+    ObjectID plug(const Device& device, ObjectID id = coreaudio::kAudioObjectUnknown);
     // Takes the device away (list, properties, default output) and notifies the listeners.
     void unplug(ObjectID device);
     bool exists(ObjectID object) const;

@@ -54,6 +54,10 @@ TEST(CoreAudioDeviceList, ADeviceUnpluggedBetweenSizingAndReadingLeavesAnEmptySl
     ASSERT_EQ(devices.size(), 1u);
     EXPECT_EQ(devices[0].id, a);
 
+    // Back under its old id, at the end of the platform's list.
+    audio.plug({.uid = "b", .name = "B"}, b);
+    EXPECT_EQ(CoreAudioHAL::allDeviceIDs(audio), (std::vector<AudioDeviceID>{a, b}));
+
     audio.fail(Call::getPropertyDataSize, kAudioObjectSystemObject, kAudioHardwareUnspecifiedError);
     EXPECT_TRUE(CoreAudioHAL::allDeviceIDs(audio).empty());
     EXPECT_TRUE(CoreAudioHAL::outputDevices(audio).empty());
