@@ -1,0 +1,38 @@
+#include "CarbonHotKeyBackend.h"
+
+#include <Carbon/Carbon.h>
+
+namespace {
+
+OSStatus hotKeyPressed(EventHandlerCallRef, EventRef event, void* userData) {
+    if (!event)
+        return noErr;
+    EventHotKeyID pressed{0, 0};
+    GetEventParameter(event, kEventParamDirectObject, typeEventHotKeyID, nullptr, sizeof(pressed),
+                      nullptr, &pressed);
+    const auto& handler = *static_cast<HotKeyBackend::Handler*>(userData);
+    return handler ? handler({pressed.signature, pressed.id}) : noErr;
+}
+
+} // namespace
+
+HotKeyBackend::Status CarbonHotKeyBackend::installEventHandler(Handler handler) {
+    m_handler = std::move(handler);
+    const EventTypeSpec type{kEventClassKeyboard, kEventHotKeyPressed};
+    return InstallEventHandler(GetApplicationEventTarget(), NewEventHandlerUPP(hotKeyPressed), 1,
+                               &type, &m_handler, nullptr);
+}
+
+HotKeyBackend::Status CarbonHotKeyBackend::registerEventHotKey(std::uint32_t keyCode,
+                                                               std::uint32_t modifiers, HotKeyID id,
+                                                               Ref& outRef) {
+    EventHotKeyRef ref = nullptr;
+    const OSStatus status = RegisterEventHotKey(keyCode, modifiers, {id.signature, id.id},
+                                                GetApplicationEventTarget(), 0, &ref);
+    outRef = reinterpret_cast<Ref>(ref);
+    return status;
+}
+
+HotKeyBackend::Status CarbonHotKeyBackend::unregisterEventHotKey(Ref ref) {
+    return UnregisterEventHotKey(reinterpret_cast<EventHotKeyRef>(ref));
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "HotKeyBackend.h"
+
+#include <QObject>
+
+#include <array>
+#include <map>
+
+struct xcb_connection_t;
+struct _XCBKeySymbols;
+class QSocketNotifier;
+
+// System-wide hot keys on an X server (also XWayland): key grabs on the root window through a
+// connection of its own, so they work with no window of Brivello's and whatever has the focus.
+// Caps Lock and Num Lock do not matter. Without a reachable X server every registration is
+// refused.
+class X11HotKeyBackend : public QObject, public HotKeyBackend {
+    Q_OBJECT
+public:
+    // Connects to `display`, or to $DISPLAY when empty.
+    explicit X11HotKeyBackend(const char* display = nullptr, QObject* parent = nullptr);
+    ~X11HotKeyBackend() override;
+
+    bool isConnected() const { return m_connection != nullptr; }
+
+    Status installEventHandler(Handler handler) override;
+    Status registerEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID id,
+                               Ref& outRef) override;
+    Status unregisterEventHotKey(Ref ref) override;
+
+    // Carbon's answers, kept so the bookkeeping above reads the same on every platform.
+    static constexpr Status eventHotKeyExistsErr = -9878;
+    static constexpr Status eventHotKeyInvalidErr = -9879;
+    static constexpr Status paramErr = -50;
+
+private:
+    struct Grab {
+        std::uint8_t keycode = 0;
+        std::uint16_t modifiers = 0;
+        HotKeyID id;
+    };
+
+    void readEvents();
+    std::array<std::uint16_t, 4> lockVariants() const;
+    void ungrab(const Grab& grab);
+
+    xcb_connection_t* m_connection = nullptr;
+    _XCBKeySymbols* m_keySymbols = nullptr;
+    std::uint32_t m_root = 0;
+    std::uint16_t m_numLockMask = 0;
+    QSocketNotifier* m_notifier = nullptr;
+    Handler m_handler;
+    std::map<Ref, Grab> m_grabs;
+    Ref m_nextRef = 1;
+};
