@@ -23,7 +23,10 @@ HotKeyCenter::HotKeyCenter(std::unique_ptr<HotKeyBackend> backend)
     : m_backend(std::move(backend)) {}
 
 void HotKeyCenter::setBackend(std::unique_ptr<HotKeyBackend> backend) {
+    // Registrations and the handler belong to the platform they were made with.
+    unregisterAll();
     m_backend = std::move(backend);
+    m_handlerInstalled = false;
 }
 
 void HotKeyCenter::installHandler() {

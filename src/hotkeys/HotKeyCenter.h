@@ -14,14 +14,15 @@
 // run, and turns the platform's hot-key events back into actions. Main thread only.
 class HotKeyCenter {
 public:
-    // The one instance of the process. Give it its platform backend at start, before the first
-    // registration; without one every registration is refused.
+    // The one instance of the process. Give it its platform backend at start; without one every
+    // registration is refused.
     static HotKeyCenter& shared();
 
     explicit HotKeyCenter(std::unique_ptr<HotKeyBackend> backend = nullptr);
     HotKeyCenter(const HotKeyCenter&) = delete;
     HotKeyCenter& operator=(const HotKeyCenter&) = delete;
 
+    // Drops the registrations made with the previous backend.
     void setBackend(std::unique_ptr<HotKeyBackend> backend);
 
     // Registers the combination; a refusal of the platform is silent and uses up the id.
