@@ -1,5 +1,6 @@
 #include "X11HotKeyBackend.h"
 #include "HotKeyCenter.h"
+#include "OtherXClient.h"
 #include "PrivateXServer.h"
 
 #include <QCoreApplication>
@@ -11,10 +12,8 @@
 
 #define XK_LATIN1
 #include <X11/keysymdef.h>
-#include <xcb/xcb.h>
-#include <xcb/xcb_keysyms.h>
+#include <xcb/xproto.h>
 
-#include <cstdlib>
 #include <functional>
 
 // Real grabs on a private Xvfb, keys sent by xdotool through XTEST, as a user would type them.
@@ -30,39 +29,6 @@ bool waitFor(const std::function<bool()>& condition, int milliseconds = 3000) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     return condition();
 }
-
-// Another X client that holds a combination first, as another application's shortcut would.
-class OtherClient {
-public:
-    explicit OtherClient(const QString& display) {
-        m_connection = xcb_connect(display.toLatin1().constData(), nullptr);
-        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-    }
-    ~OtherClient() { xcb_disconnect(m_connection); }
-    bool grab(xcb_keysym_t keySym, std::uint16_t modifiers) {
-        auto* symbols = xcb_key_symbols_alloc(m_connection);
-        xcb_keycode_t* codes = xcb_key_symbols_get_keycode(symbols, keySym);
-        auto* error = xcb_request_check(
-            m_connection, xcb_grab_key_checked(m_connection, 1, m_root, modifiers, codes[0],
-                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-        std::free(codes);
-        xcb_key_symbols_free(symbols);
-        std::free(error);
-        return error == nullptr;
-    }
-    int keyPresses() {
-        while (auto* event = xcb_poll_for_event(m_connection)) {
-            m_presses += (event->response_type & 0x7F) == XCB_KEY_PRESS;
-            std::free(event);
-        }
-        return m_presses;
-    }
-
-private:
-    xcb_connection_t* m_connection;
-    xcb_window_t m_root;
-    int m_presses = 0;
-};
 
 class X11HotKeys : public testing::Test {
 protected:
@@ -125,7 +91,7 @@ TEST_F(X11HotKeys, AGrabbedCombinationFiresWhateverHasTheFocusAndWhateverTheLock
 }
 
 TEST_F(X11HotKeys, ACombinationAnotherClientHoldsIsRefusedAndTheOthersStillWork) {
-    OtherClient other(x.display());
+    OtherXClient other(x.display());
     ASSERT_TRUE(other.grab(XK_b, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1));
 
     HotKeyCenter center(std::make_unique<X11HotKeyBackend>(x.display().toLatin1().constData()));
