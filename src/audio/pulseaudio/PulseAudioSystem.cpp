@@ -1,0 +1,314 @@
+#include "PulseAudioSystem.h"
+
+#include "ModuleArguments.h"
+#include "SinkTransport.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+using Sink = PulseConnection::Sink;
+
+constexpr double kFallbackRate = 44100.0;
+constexpr std::chrono::milliseconds kConnectTimeout(1000);
+constexpr int kReconnectIntervalMs = 1000;
+
+std::uint32_t indexOf(AudioDeviceID device) {
+    return device == 0 ? PA_INVALID_INDEX : device - 1;
+}
+AudioDeviceID idOf(std::uint32_t index) {
+    return index + 1;
+}
+
+bool isOwnName(const std::string& name) {
+    const std::string own = PulseAudioSystem::kSinkName;
+    // A server that already holds the name hands out NAME.2, NAME.3 and so on.
+    return name == own || name.starts_with(own + ".");
+}
+
+bool mentionsOwnSink(const PulseConnection::Module& module) {
+    return module.argument.find(PulseAudioSystem::kSinkName) != std::string::npos ||
+           module.argument.find(PulseAudioSystem::kMarkerProperty) != std::string::npos;
+}
+
+const Sink* findByName(const std::vector<Sink>& sinks, const std::string& name) {
+    auto it =
+        std::find_if(sinks.begin(), sinks.end(), [&](const Sink& s) { return s.name == name; });
+    return it == sinks.end() ? nullptr : &*it;
+}
+
+void reportFailure(const char* module, int error) {
+    std::printf("Brivello: load-module %s failed (%d)\n", module, error);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+PulseAudioSystem::PulseAudioSystem()
+    : m_mainThread(std::make_unique<QObject>()),
+      m_connection([this](PulseConnection::Event event) { onServerEvent(event); }) {
+    m_reconnectTimer.setInterval(kReconnectIntervalMs);
+    QObject::connect(&m_reconnectTimer, &QTimer::timeout, m_mainThread.get(),
+                     [this] { tryReconnect(); });
+    if (!m_connection.connect(kConnectTimeout))
+        m_reconnectTimer.start();
+}
+
+PulseAudioSystem::~PulseAudioSystem() = default;
+
+bool PulseAudioSystem::isOwnSink(const Sink& sink) {
+    return isOwnName(sink.name) || sink.properties.contains(kMarkerProperty);
+}
+
+void PulseAudioSystem::onServerEvent(PulseConnection::Event event) {
+    // libpulse's thread, loop locked: only hand the event over to the main thread.
+    if (event == PulseConnection::Event::lost) {
+        QMetaObject::invokeMethod(
+            m_mainThread.get(),
+            [this] {
+                m_reconnectTimer.start();
+                notifyListener();
+            },
+            Qt::QueuedConnection);
+        return;
+    }
+    // A burst of events (a module load brings several) becomes one notification.
+    if (!m_changePending.exchange(true))
+        QMetaObject::invokeMethod(
+            m_mainThread.get(), [this] { notifyListener(); }, Qt::QueuedConnection);
+}
+
+void PulseAudioSystem::notifyListener() {
+    m_changePending = false;
+    if (m_listener)
+        m_listener();
+}
+
+void PulseAudioSystem::tryReconnect() {
+    if (!m_connection.connect(kConnectTimeout))
+        return;
+    m_reconnectTimer.stop();
+    notifyListener();
+}
+
+void PulseAudioSystem::setDeviceListListener(std::function<void()> listener) {
+    m_listener = std::move(listener);
+}
+
+std::vector<AudioOutputDevice> PulseAudioSystem::outputDevices() {
+    std::vector<AudioOutputDevice> devices;
+    for (const auto& sink : m_connection.sinks()) {
+        if (isOwnSink(sink))
+            continue;
+        AudioOutputDevice device;
+        device.id = idOf(sink.index);
+        device.uid = sink.name;
+        device.name = sink.description.empty() ? "Unbekannt" : sink.description;
+        device.transport = sinkTransport({sink.name, sink.properties, sink.portNames});
+        devices.push_back(std::move(device));
+    }
+    sortByName(devices);
+    return devices;
+}
+
+std::optional<float> PulseAudioSystem::volume(AudioDeviceID device) {
+    const auto sink = m_connection.sink(indexOf(device));
+    if (!sink || sink->volume.channels == 0)
+        return std::nullopt;
+    const double level = static_cast<double>(pa_cvolume_max(&sink->volume)) / PA_VOLUME_NORM;
+    return static_cast<float>(std::clamp(level, 0.0, 1.0));
+}
+
+bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
+    const auto sink = m_connection.sink(indexOf(device));
+    if (!sink)
+        return false;
+    const auto target = static_cast<pa_volume_t>(
+        std::lround(std::clamp(static_cast<double>(volume), 0.0, 1.0) * PA_VOLUME_NORM));
+    pa_cvolume channels = sink->volume;
+    // Scaling the loudest channel keeps the balance between the others.
+    if (channels.channels == 0)
+        pa_cvolume_set(&channels, 1, target);
+    else
+        pa_cvolume_scale(&channels, target);
+    return m_connection.setSinkVolume(sink->index, channels);
+}
+
+double PulseAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devices) {
+    // The server tells only each sink's current rate and resamples wherever rates differ, so the
+    // multi-output sink runs at the highest member rate and nothing is lost on the best device.
+    std::uint32_t best = 0;
+    for (const auto device : devices)
+        if (const auto sink = m_connection.sink(indexOf(device)))
+            best = std::max(best, sink->rate);
+    return best == 0 ? kFallbackRate : static_cast<double>(best);
+}
+
+std::optional<AudioDeviceID>
+PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& devices,
+                                    const std::string& /*masterUID*/,
+                                    const std::map<std::string, double>& extraLatencyFrames) {
+    // Every loopback resamples adaptively to the null sink's clock, so there is no master to
+    // pick: each device, the master included, is held to the same timeline.
+    if (devices.empty())
+        return std::nullopt;
+    destroyExistingMultiOutput();
+
+    auto sinks = m_connection.sinks();
+    std::vector<Sink> members;
+    for (const auto& device : devices)
+        if (const auto* sink = findByName(sinks, device.uid); sink && !isOwnSink(*sink))
+            members.push_back(*sink);
+    if (members.empty()) {
+        reportFailure("module-loopback", PA_ERR_NOENTITY);
+        return std::nullopt;
+    }
+
+    // A server that still remembers Brivello's sink as default would make the new sink default
+    // while streams play, which PulseAudio 16 does not survive: name the real default first.
+    const auto real = realDefault(sinks);
+    if (!real.empty()) {
+        m_connection.setDefaultSink(real);
+        m_realDefault = real;
+    }
+
+    std::vector<AudioDeviceID> ids;
+    for (const auto& member : members)
+        ids.push_back(idOf(member.index));
+    const double rate = commonSampleRate(ids);
+
+    const std::string nullSinkArgs =
+        "sink_name=" + moduleargs::quote(kSinkName) +
+        " rate=" + std::to_string(static_cast<long>(rate)) + " sink_properties=" +
+        moduleargs::quoteProperties(
+            {{"device.description", kDescription}, {kMarkerProperty, "multioutput"}});
+    const auto nullSink = m_connection.loadModule("module-null-sink", nullSinkArgs);
+    if (!nullSink) {
+        reportFailure("module-null-sink", m_connection.lastError());
+        return std::nullopt;
+    }
+
+    sinks = m_connection.sinks();
+    auto own = std::find_if(sinks.begin(), sinks.end(),
+                            [&](const Sink& s) { return s.ownerModule == *nullSink; });
+    if (own == sinks.end())
+        own = std::find_if(sinks.begin(), sinks.end(), [](const Sink& s) { return isOwnSink(s); });
+    if (own == sinks.end()) {
+        m_connection.unloadModule(*nullSink);
+        reportFailure("module-null-sink", PA_ERR_NOENTITY);
+        return std::nullopt;
+    }
+    const Sink ownSink = *own;
+
+    for (const auto& member : members) {
+        double delayMs = 0;
+        if (auto frames = extraLatencyFrames.find(member.name);
+            frames != extraLatencyFrames.end() && frames->second >= 1)
+            delayMs = frames->second / rate * 1000.0;
+        const auto latencyMs = std::lround(kBaseLatencyMs + delayMs);
+        const std::vector<std::pair<std::string, std::string>> marker{
+            {kMarkerProperty, "loopback"}};
+        auto inputProperties = marker;
+        inputProperties.push_back(
+            {"media.name", std::string(kDescription) + " → " +
+                               (member.description.empty() ? member.name : member.description)});
+        const std::string args =
+            "source=" + moduleargs::quote(ownSink.name + ".monitor") +
+            " sink=" + moduleargs::quote(member.name) +
+            " latency_msec=" + std::to_string(latencyMs) +
+            " source_dont_move=true sink_dont_move=true" +
+            " sink_input_properties=" + moduleargs::quoteProperties(inputProperties) +
+            " source_output_properties=" + moduleargs::quoteProperties(marker);
+        if (!m_connection.loadModule("module-loopback", args)) {
+            const int error = m_connection.lastError();
+            destroyExistingMultiOutput();
+            reportFailure("module-loopback", error);
+            return std::nullopt;
+        }
+    }
+    return idOf(ownSink.index);
+}
+
+std::string PulseAudioSystem::realDefault(const std::vector<Sink>& sinks) {
+    if (const auto current = m_connection.defaultSinkName())
+        if (const auto* sink = findByName(sinks, *current); sink && !isOwnSink(*sink))
+            return sink->name;
+    if (const auto* remembered = findByName(sinks, m_realDefault))
+        return remembered->name;
+    for (const auto& sink : sinks)
+        if (!isOwnSink(sink))
+            return sink.name;
+    return {};
+}
+
+void PulseAudioSystem::destroyExistingMultiOutput() {
+    std::vector<Sink> own;
+    for (const auto& sink : m_connection.sinks())
+        if (isOwnSink(sink))
+            own.push_back(sink);
+    removeOwnSinks(own);
+}
+
+void PulseAudioSystem::removeDevice(AudioDeviceID device) {
+    const auto sink = m_connection.sink(indexOf(device));
+    if (sink && isOwnSink(*sink))
+        removeOwnSinks({*sink});
+}
+
+void PulseAudioSystem::removeOwnSinks(const std::vector<Sink>& own) {
+    const auto sinks = m_connection.sinks();
+    const auto real = realDefault(sinks);
+    const auto* realSink = findByName(sinks, real);
+
+    // PulseAudio 16 aborts when a sink that carried a stream for a while is unloaded under it,
+    // and when a remembered default comes back: default and streams leave first.
+    if (realSink) {
+        const auto current = m_connection.defaultSinkName();
+        if (!current || isOwnName(*current) || !findByName(sinks, *current))
+            m_connection.setDefaultSink(real);
+        for (const auto& input : m_connection.sinkInputs()) {
+            const bool onOwn = std::any_of(own.begin(), own.end(),
+                                           [&](const Sink& s) { return s.index == input.sink; });
+            if (onOwn)
+                m_connection.moveSinkInput(input.index, realSink->index);
+        }
+    }
+
+    // Loopbacks first, so none of them is left reading a vanished monitor.
+    const auto modules = m_connection.modules();
+    for (const auto& module : modules)
+        if (module.name == "module-loopback" && mentionsOwnSink(module))
+            m_connection.unloadModule(module.index);
+    for (const auto& module : modules) {
+        const bool owns = std::any_of(own.begin(), own.end(),
+                                      [&](const Sink& s) { return s.ownerModule == module.index; });
+        if (owns || (module.name == "module-null-sink" && mentionsOwnSink(module)))
+            m_connection.unloadModule(module.index);
+    }
+}
+
+AudioDeviceID PulseAudioSystem::defaultOutputDevice() {
+    const auto name = m_connection.defaultSinkName();
+    if (!name)
+        return 0;
+    const auto sinks = m_connection.sinks();
+    const auto* sink = findByName(sinks, *name);
+    return sink ? idOf(sink->index) : 0;
+}
+
+std::int32_t PulseAudioSystem::setDefaultOutputDevice(AudioDeviceID device) {
+    const auto sink = m_connection.sink(indexOf(device));
+    if (!sink)
+        return PA_ERR_NOENTITY;
+    if (!m_connection.setDefaultSink(sink->name))
+        return m_connection.lastError() != 0 ? m_connection.lastError() : PA_ERR_UNKNOWN;
+    if (!isOwnSink(*sink))
+        m_realDefault = sink->name;
+    return 0;
+}
+
+void PulseAudioSystem::unmute(AudioDeviceID device) {
+    m_connection.setSinkMute(indexOf(device), false);
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "AudioSystem.h"
+#include "PulseConnection.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <atomic>
+#include <memory>
+
+// The audio system on a PulseAudio server or PipeWire's pipewire-pulse, through libpulse.
+//
+// Device ids are sink indices plus one (the controller reads id 0 as "none", and PulseAudio's
+// first sink has index 0); uids are sink names. The multi-output device is a null sink, and each
+// member device plays its monitor through its own loopback, whose latency carries that device's
+// delay and whose adaptive resampling holds the device to the null sink's clock.
+//
+// Lives on the main thread, which needs a running Qt event loop: server events and reconnects
+// arrive through it.
+class PulseAudioSystem : public AudioSystem {
+public:
+    // Connects to the server the environment names (the user's own, normally). Without a server
+    // there are no devices; a timer keeps trying to reconnect.
+    PulseAudioSystem();
+    ~PulseAudioSystem() override;
+
+    std::vector<AudioOutputDevice> outputDevices() override;
+    std::optional<float> volume(AudioDeviceID device) override;
+    bool setVolume(float volume, AudioDeviceID device) override;
+    double commonSampleRate(const std::vector<AudioDeviceID>& devices) override;
+    std::optional<AudioDeviceID>
+    createMultiOutput(const std::vector<AudioOutputDevice>& devices, const std::string& masterUID,
+                      const std::map<std::string, double>& extraLatencyFrames) override;
+    void destroyExistingMultiOutput() override;
+    void removeDevice(AudioDeviceID device) override;
+    AudioDeviceID defaultOutputDevice() override;
+    std::int32_t setDefaultOutputDevice(AudioDeviceID device) override;
+    void unmute(AudioDeviceID device) override;
+    void setDeviceListListener(std::function<void()> listener) override;
+
+    bool isConnected() { return m_connection.isConnected(); }
+
+    // The multi-output device's sink name and description, and the loopback latency that every
+    // device's delay is added to.
+    static constexpr const char* kSinkName = "de.tandrel.brivello.multioutput";
+    static constexpr const char* kDescription = "Brivello Multi-Output";
+    static constexpr double kBaseLatencyMs = 60.0;
+    // Set on the multi-output sink and on every loopback, so leftovers are found by it.
+    static constexpr const char* kMarkerProperty = "de.tandrel.brivello.role";
+
+    static bool isOwnSink(const PulseConnection::Sink& sink);
+
+private:
+    void onServerEvent(PulseConnection::Event event);
+    void notifyListener();
+    void tryReconnect();
+    // The real sink the default output belongs on while Brivello's sink comes or goes.
+    std::string realDefault(const std::vector<PulseConnection::Sink>& sinks);
+    // Default back, streams moved off, loopbacks unloaded, then the sinks: never the reverse.
+    void removeOwnSinks(const std::vector<PulseConnection::Sink>& own);
+
+    std::unique_ptr<QObject> m_mainThread; // receives the hops from libpulse's thread
+    QTimer m_reconnectTimer;
+    std::function<void()> m_listener;
+    std::atomic<bool> m_changePending{false};
+    std::string m_realDefault; // the default output the multi-output device stands in for
+    PulseConnection m_connection;
+};

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <pulse/pulseaudio.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+// One connection to the sound server on libpulse's threaded main loop. Every operation locks the
+// loop, issues the request and waits for the answer, at most `timeout`, so a hung server cannot
+// hang the caller. Without a connection every operation fails at once.
+class PulseConnection {
+public:
+    struct Sink {
+        std::uint32_t index = PA_INVALID_INDEX;
+        std::string name;
+        std::string description;
+        std::map<std::string, std::string> properties;
+        std::vector<std::string> portNames;
+        pa_cvolume volume{};
+        bool mute = false;
+        std::uint32_t rate = 0;
+        std::uint32_t ownerModule = PA_INVALID_INDEX;
+    };
+    struct Module {
+        std::uint32_t index = PA_INVALID_INDEX;
+        std::string name;
+        std::string argument;
+    };
+    struct SinkInput {
+        std::uint32_t index = PA_INVALID_INDEX;
+        std::uint32_t sink = PA_INVALID_INDEX;
+    };
+    enum class Event { changed, lost };
+
+    // `onEvent` runs on libpulse's thread with the loop locked: it must only hand the event on.
+    explicit PulseConnection(std::function<void(Event)> onEvent,
+                             std::chrono::milliseconds timeout = std::chrono::milliseconds(3000));
+    ~PulseConnection();
+    PulseConnection(const PulseConnection&) = delete;
+    PulseConnection& operator=(const PulseConnection&) = delete;
+
+    // Connects to the server the environment names, subscribing to sink and server events.
+    // Drops any earlier connection first. True once the server answered.
+    bool connect(std::chrono::milliseconds timeout);
+    void disconnect();
+    bool isConnected();
+
+    std::vector<Sink> sinks();
+    std::optional<Sink> sink(std::uint32_t index);
+    std::optional<std::string> defaultSinkName();
+    bool setDefaultSink(const std::string& name);
+    bool setSinkVolume(std::uint32_t index, const pa_cvolume& volume);
+    bool setSinkMute(std::uint32_t index, bool mute);
+    std::vector<Module> modules();
+    std::optional<std::uint32_t> loadModule(const std::string& name, const std::string& argument);
+    bool unloadModule(std::uint32_t index);
+    std::vector<SinkInput> sinkInputs();
+    bool moveSinkInput(std::uint32_t input, std::uint32_t sink);
+    // The server's error code of the last failed request.
+    int lastError();
+
+    // Every request's answer is awaited through one of these; see PulseConnection.cpp.
+    struct Request {
+        PulseConnection* connection = nullptr;
+        bool done = false;
+        bool ok = false;
+        void finish(bool success);
+    };
+
+private:
+    template <class Issue> bool await(Request& request, Issue issue);
+    void dropContext();
+    static void onState(pa_context* context, void* self);
+    static void onSubscription(pa_context*, pa_subscription_event_type_t, std::uint32_t,
+                               void* self);
+
+    std::function<void(Event)> m_onEvent;
+    std::chrono::milliseconds m_timeout;
+    pa_threaded_mainloop* m_loop = nullptr;
+    pa_context* m_context = nullptr;
+    bool m_wasReady = false; // only a connection that was up can be lost
+};
