@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Installs the dependencies, builds Brivello and launches it. It uses the sound server of the
+# session; on a machine without one (headless, a container) it starts a private PulseAudio with
+# four virtual speakers, and without an X display a private Xvfb for the global hot keys.
+# Ctrl-C ends Brivello cleanly: the previous default output comes back.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./scripts/install-deps.sh
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRIVELLO_TESTS=OFF
+cmake --build build --target brivello
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/brivello-run.XXXXXX")
+xvfb_pid=""
+cleanup() {
+    [[ -n $xvfb_pid ]] && kill "$xvfb_pid" 2>/dev/null
+    ./scripts/private-sound-server.sh stop "$work/sound" 2>/dev/null || true
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+# Ask for a running server without letting libpulse start one of its own.
+printf 'autospawn = no\n' >"$work/probe.conf"
+if PULSE_CLIENTCONFIG="$work/probe.conf" pactl info >/dev/null 2>&1; then
+    echo "Brivello uses the running sound server."
+else
+    echo "No sound server is running: starting a private one with four virtual speakers."
+    eval "$(./scripts/private-sound-server.sh start "$work/sound" --with-devices)"
+    pactl list short sinks
+fi
+
+if [[ -z ${DISPLAY:-} ]]; then
+    exec {display_fd}<> <(:)
+    Xvfb -displayfd "$display_fd" -nolisten tcp >/dev/null 2>&1 &
+    xvfb_pid=$!
+    read -r -t 10 display_number <&"$display_fd"
+    export DISPLAY=":$display_number"
+    echo "No X display: global hot keys are grabbed on a private Xvfb, $DISPLAY"
+    echo "(press them there with: DISPLAY=$DISPLAY xdotool key ctrl+alt+a)."
+fi
+
+echo "Starting Brivello; Ctrl-C ends it."
+./build/src/app/brivello
