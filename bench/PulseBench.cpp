@@ -24,7 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr int kRuns = 10;
-constexpr int kCpuWindowMs = 5000;
+constexpr int kCpuWindowMs = 10000;
 const std::vector<std::string> kMembers{"bt_speaker", "usb_dac"};
 
 struct Spread {
@@ -136,6 +136,27 @@ void benchController(const BenchServer& server, const QString& toneFile) {
     }
     controller.deactivate();
     pump(100);
+
+    // The backend's share alone: what the controller adds is its volume and default handling.
+    std::vector<AudioOutputDevice> members;
+    for (const auto& device : controller.devices())
+        if (std::find(ids.begin(), ids.end(), device.id) != ids.end())
+            members.push_back(device);
+    const auto frames = controller.latencyFrames();
+    std::vector<double> create, remove;
+    for (int run = 0; run < kRuns; ++run) {
+        auto start = Clock::now();
+        const auto created = audio.createMultiOutput(members, members.front().uid, frames);
+        create.push_back(msSince(start));
+        pump(50);
+        start = Clock::now();
+        if (created)
+            audio.removeDevice(*created);
+        remove.push_back(msSince(start));
+        pump(50);
+    }
+    printTiming("createMultiOutput (backend alone)", create);
+    printTiming("removeDevice (backend alone)", remove);
     printTiming("activate (controller, 2 devices)", activate);
     printTiming("deactivate (controller)", deactivate);
     printTiming("delay change while active (controller)", rebuild);
@@ -146,6 +167,19 @@ void benchController(const BenchServer& server, const QString& toneFile) {
     pump(300);
     printCpu("active, silent", serverCpuPercent(server));
     auto tone = playTone(toneFile);
+    printCpu("active, 440 Hz playing", serverCpuPercent(server));
+    stopTone(tone);
+    controller.deactivate();
+    pump(300);
+
+    std::printf("\nServer CPU, all 4 devices, loopback design:\n");
+    for (const auto& device : controller.devices())
+        if (!controller.selected().contains(device.id))
+            controller.toggle(device.id);
+    controller.activate();
+    pump(300);
+    printCpu("active, silent", serverCpuPercent(server));
+    tone = playTone(toneFile);
     printCpu("active, 440 Hz playing", serverCpuPercent(server));
     stopTone(tone);
     controller.deactivate();
