@@ -11,9 +11,10 @@
 
 class QSettings;
 
-// The user's zones, in the user's order, kept as one JSON value under "brivello.zones.v1".
-// Every change rewrites the whole list; storage errors are swallowed, and a damaged stored value
-// reads as an empty list but stays in place until the next change replaces it.
+// The user's zones, in the user's order, kept as one JSON value (bytes, so plist data on macOS)
+// under "brivello.zones.v1". Every change rewrites the whole list; storage errors are swallowed,
+// and a damaged stored value reads as an empty list but stays in place until the next change
+// replaces it. Loaded once; the settings are never forced to disk here.
 class ZoneStore : public QObject {
     Q_OBJECT
 public:
@@ -32,7 +33,14 @@ public:
     void setDevices(std::vector<std::string> deviceUIDs, const Zone& zone);
     void setHotKey(std::optional<HotKeyCombo> combo, const Zone& zone);
 
+    // The QSettings key of the list. QSettings on macOS writes '/' in a key as '.' (and '.' as a
+    // middle dot) into the user defaults, so there the slashed spelling is what lands under the
+    // defaults key "brivello.zones.v1", where the Mac app has always kept its zones.
+#ifdef Q_OS_DARWIN
+    static constexpr const char* key = "brivello/zones/v1";
+#else
     static constexpr const char* key = "brivello.zones.v1";
+#endif
 
 signals:
     // Once per operation, after the list changed.

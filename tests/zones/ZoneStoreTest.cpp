@@ -1,6 +1,8 @@
 #include "ZoneStore.h"
 #include "ZoneCoding.h"
 
+#include <QCoreApplication>
+#include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -25,22 +27,35 @@ protected:
     QTemporaryDir folder;
 };
 
+const QByteArray kOffice = R"({"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","name":"Büro",)"
+                           R"("deviceUIDs":["BuiltInSpeakerDevice","usb-dac"]})";
+
 } // namespace
 
-TEST_F(ZoneStoreTest, EveryChangeIsStoredAsTheWholeListAndAnnouncedOnce) {
+TEST_F(ZoneStoreTest, StoresEveryChangeAsTheWholeListAndAnnouncesItOnceAfterwards) {
     auto file = settings();
     ZoneStore zones(file.get());
     int announcements = 0;
-    QObject::connect(&zones, &ZoneStore::zonesChanged, [&announcements] { ++announcements; });
+    bool announcedBeforeStored = false;
+    QObject::connect(&zones, &ZoneStore::zonesChanged, [&] {
+        ++announcements;
+        announcedBeforeStored |= decodeZones(stored().toStdString()) != zones.zones();
+    });
     EXPECT_TRUE(zones.zones().empty());
     EXPECT_FALSE(file->contains(QLatin1String(ZoneStore::key))) << "nothing written until a change";
 
+    // Same name and devices twice: two zones, new ones at the end.
     zones.add("Büro", {"a", "b"});
+    ASSERT_EQ(zones.zones().size(), 1u);
+    const Zone first = zones.zones()[0];
     zones.add("Büro", {"a", "b"});
     ASSERT_EQ(zones.zones().size(), 2u);
-    EXPECT_NE(zones.zones()[0].id, zones.zones()[1].id);
-    const Zone first = zones.zones()[0];
+    EXPECT_EQ(zones.zones()[0].id, first.id);
     const Zone second = zones.zones()[1];
+    EXPECT_NE(second.id, first.id);
+    EXPECT_EQ(second.name, "Büro");
+    EXPECT_EQ(second.deviceUIDs, (std::vector<std::string>{"a", "b"}));
+    EXPECT_FALSE(second.hotKey);
 
     const HotKeyCombo combo{0, 0x0300, "⇧⌘A"};
     zones.setHotKey(combo, first);
@@ -48,37 +63,68 @@ TEST_F(ZoneStoreTest, EveryChangeIsStoredAsTheWholeListAndAnnouncedOnce) {
     zones.rename(second, "");
     zones.setDevices({"c"}, first);
     EXPECT_EQ(announcements, 6);
-    EXPECT_EQ(decodeZones(stored().toStdString()), zones.zones());
+    EXPECT_FALSE(announcedBeforeStored);
+    EXPECT_EQ(zones.zones()[0].hotKey, combo);
+    EXPECT_EQ(zones.zones()[1].hotKey, combo);
     EXPECT_EQ(zones.zones()[1].name, "");
-
-    // Clearing a hot key drops the member from the stored JSON.
-    zones.setHotKey(std::nullopt, first);
-    EXPECT_EQ(stored().count("\"hotKey\""), 1);
-
-    // Unknown zones: rename and friends do nothing at all; remove still writes the list back.
-    const Zone stranger = Zone::make("Fremd", {});
-    file->remove(QLatin1String(ZoneStore::key));
-    zones.rename(stranger, "x");
-    zones.setHotKey(combo, stranger);
-    EXPECT_EQ(announcements, 7);
-    EXPECT_FALSE(file->contains(QLatin1String(ZoneStore::key)));
-    zones.remove(stranger);
-    EXPECT_EQ(announcements, 8);
-    EXPECT_EQ(decodeZones(stored().toStdString()), zones.zones());
+    EXPECT_EQ(zones.zones()[0].deviceUIDs, std::vector<std::string>{"c"});
 
     zones.remove(first);
     ASSERT_EQ(zones.zones().size(), 1u);
     EXPECT_EQ(zones.zones()[0].id, second.id);
+    EXPECT_EQ(announcements, 7);
 
     // A new store reads back exactly what the last change left.
-    ZoneStore reopened(settings().get());
+    auto again = settings();
+    ZoneStore reopened(again.get());
     EXPECT_EQ(reopened.zones(), zones.zones());
+}
+
+TEST_F(ZoneStoreTest, WritesTheStoredFormWithAndWithoutAHotKey) {
+    // Written elsewhere with a lowercase id; the store writes it back in its own form.
+    store(R"([{"id":"e621e1f8-c36c-495a-93fc-0c247a3e6e5f","name":"Büro",)"
+          R"("deviceUIDs":["BuiltInSpeakerDevice","usb-dac"],"hotKey":null}])");
+    auto file = settings();
+    ZoneStore zones(file.get());
+    ASSERT_EQ(zones.zones().size(), 1u);
+    const Zone office = zones.zones()[0];
+
+    zones.setHotKey(HotKeyCombo{0, 0x0300, "⇧⌘A"}, office);
+    EXPECT_EQ(stored(), R"([{"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","name":"Büro",)"
+                        R"("deviceUIDs":["BuiltInSpeakerDevice","usb-dac"],)"
+                        R"("hotKey":{"keyCode":0,"modifiers":768,"display":"⇧⌘A"}}])");
+
+    zones.setHotKey(std::nullopt, office);
+    EXPECT_EQ(stored(), "[" + kOffice + "]");
+}
+
+TEST_F(ZoneStoreTest, UnknownZonesChangeNothingButRemoveStillWritesTheList) {
+    store("[" + kOffice + "]");
+    auto file = settings();
+    ZoneStore zones(file.get());
+    ASSERT_EQ(zones.zones().size(), 1u);
+    int announcements = 0;
+    QObject::connect(&zones, &ZoneStore::zonesChanged, [&announcements] { ++announcements; });
+
+    // Clearing the value shows whether anything was written.
+    file->remove(QLatin1String(ZoneStore::key));
+    const Zone stranger = Zone::make("Fremd", {"x"});
+    zones.rename(stranger, "y");
+    zones.setDevices({"y"}, stranger);
+    zones.setHotKey(HotKeyCombo{1, 0x0100, "⌘S"}, stranger);
+    EXPECT_EQ(announcements, 0);
+    EXPECT_FALSE(file->contains(QLatin1String(ZoneStore::key)));
+    ASSERT_EQ(zones.zones().size(), 1u);
+    EXPECT_EQ(zones.zones()[0].name, "Büro");
+
+    zones.remove(stranger);
+    EXPECT_EQ(announcements, 1);
+    EXPECT_EQ(stored(), "[" + kOffice + "]");
 }
 
 TEST_F(ZoneStoreTest, ADamagedValueReadsEmptyAndSurvivesUntilTheNextChange) {
     const QByteArray oneBadUuid =
-        R"([{"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","name":"ok","deviceUIDs":[]},)"
-        R"({"id":"not-a-uuid","name":"bad","deviceUIDs":[]}])";
+        "[" + kOffice + R"(,{"id":"not-a-uuid","name":"bad","deviceUIDs":[]}])";
     for (const QByteArray& damaged : {QByteArray("{not json"), oneBadUuid}) {
         store(damaged);
         auto file = settings();
@@ -92,4 +138,26 @@ TEST_F(ZoneStoreTest, ADamagedValueReadsEmptyAndSurvivesUntilTheNextChange) {
         ASSERT_EQ(now->size(), 1u);
         EXPECT_EQ((*now)[0].name, "Neu");
     }
+}
+
+TEST(ZoneStoreDefaultSettings, WithoutSettingsTheApplicationsOwnConfigurationIsUsed) {
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path()));
+    QCoreApplication::setOrganizationName(QStringLiteral("tandrel"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
+    QCoreApplication::setApplicationName(QStringLiteral("brivello"));
+    const QString expected = home.filePath(QStringLiteral("tandrel/brivello.conf"));
+    // Guards the user's real settings: stop here unless the default location is the private one.
+    ASSERT_EQ(QSettings().fileName(), expected);
+
+    {
+        ZoneStore zones;
+        zones.add("Büro", {"a"});
+    }
+    QSettings file(expected, QSettings::IniFormat);
+    const QByteArray bytes = file.value(QLatin1String(ZoneStore::key)).toByteArray();
+    const auto read = decodeZones(bytes.toStdString());
+    ASSERT_TRUE(read);
+    ASSERT_EQ(read->size(), 1u);
+    EXPECT_EQ((*read)[0].name, "Büro");
 }
