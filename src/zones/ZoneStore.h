@@ -35,7 +35,7 @@ public:
 
     // The QSettings key of the list. QSettings on macOS writes '/' in a key as '.' (and '.' as a
     // middle dot) into the user defaults, so there the slashed spelling is what lands under the
-    // defaults key "brivello.zones.v1", where the Mac app has always kept its zones.
+    // defaults key "brivello.zones.v1", where NSUserDefaults' dataForKey: finds it.
 #ifdef Q_OS_DARWIN
     static constexpr const char* key = "brivello/zones/v1";
 #else
