@@ -43,12 +43,12 @@ void sortByName(std::vector<AudioOutputDevice>& devices) {
 }
 
 std::size_t std::hash<AudioOutputDevice>::operator()(const AudioOutputDevice& device) const noexcept {
-    std::size_t seed = std::hash<std::uint32_t>{}(device.id);
-    auto combine = [&seed](std::size_t value) {
-        seed ^= value + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2);
+    std::size_t hash = std::hash<std::uint32_t>{}(device.id);
+    auto combine = [&hash](std::size_t value) {
+        hash ^= value + 0x9e3779b97f4a7c15ULL + (hash << 6) + (hash >> 2);
     };
     combine(std::hash<std::string>{}(device.uid));
     combine(std::hash<std::string>{}(device.name));
     combine(static_cast<std::size_t>(device.transport));
-    return seed;
+    return hash;
 }

@@ -2,8 +2,8 @@
 
 namespace {
 
-void combine(std::size_t& seed, std::size_t value) {
-    seed ^= value + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2);
+void combine(std::size_t& hash, std::size_t value) {
+    hash ^= value + 0x9e3779b97f4a7c15ULL + (hash << 6) + (hash >> 2);
 }
 
 } // namespace
@@ -13,20 +13,20 @@ Zone Zone::make(std::string name, std::vector<std::string> deviceUIDs) {
 }
 
 std::size_t std::hash<HotKeyCombo>::operator()(const HotKeyCombo& combo) const noexcept {
-    std::size_t seed = std::hash<std::uint32_t>{}(combo.keyCode);
-    combine(seed, std::hash<std::uint32_t>{}(combo.modifiers));
-    combine(seed, std::hash<std::string>{}(combo.display));
-    return seed;
+    std::size_t hash = std::hash<std::uint32_t>{}(combo.keyCode);
+    combine(hash, std::hash<std::uint32_t>{}(combo.modifiers));
+    combine(hash, std::hash<std::string>{}(combo.display));
+    return hash;
 }
 
 std::size_t std::hash<Zone>::operator()(const Zone& zone) const noexcept {
-    std::size_t seed = qHash(zone.id);
-    combine(seed, std::hash<std::string>{}(zone.name));
-    combine(seed, zone.deviceUIDs.size());
+    std::size_t hash = qHash(zone.id);
+    combine(hash, std::hash<std::string>{}(zone.name));
+    combine(hash, zone.deviceUIDs.size());
     for (const auto& uid : zone.deviceUIDs)
-        combine(seed, std::hash<std::string>{}(uid));
-    combine(seed, zone.hotKey ? 1 : 0);
+        combine(hash, std::hash<std::string>{}(uid));
+    combine(hash, zone.hotKey ? 1 : 0);
     if (zone.hotKey)
-        combine(seed, std::hash<HotKeyCombo>{}(*zone.hotKey));
-    return seed;
+        combine(hash, std::hash<HotKeyCombo>{}(*zone.hotKey));
+    return hash;
 }
