@@ -1,0 +1,163 @@
+#include "EventLoop.h"
+#include "MultiOutputController.h"
+#include "PrivateSoundServer.h"
+#include "PulseAudioSystem.h"
+
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+class PulseServerLifecycle : public ::testing::Test {
+protected:
+    void select(MultiOutputController& controller, std::initializer_list<const char*> uids) {
+        for (const char* uid : uids)
+            for (const auto& device : controller.devices())
+                if (device.uid == uid)
+                    controller.toggle(device.id);
+    }
+
+    bool serverAlive() {
+        bool ok = false;
+        server.pactl({"info"}, &ok);
+        return ok;
+    }
+
+    int brivelloLeftovers() {
+        int count = 0;
+        for (const auto& line : server.modules())
+            if (line.contains(PulseAudioSystem::kSinkName) ||
+                line.contains(PulseAudioSystem::kMarkerProperty))
+                ++count;
+        for (const auto& name : server.sinkNames())
+            if (QString::fromStdString(name).startsWith(PulseAudioSystem::kSinkName))
+                ++count;
+        return count;
+    }
+
+    // A long tone to the default sink, as a music player would keep playing.
+    void startStream(QProcess& player, int seconds) {
+        player.start("sh", {"-c", QString("sox -n -r 48000 -c 2 -b 16 -t wav - synth %1 sine 440 "
+                                          "vol 0.3 | pacat --file-format=wav")
+                                      .arg(seconds)});
+        ASSERT_TRUE(player.waitForStarted());
+        waitUntil([] { return false; }, 300);
+    }
+
+    PrivateSoundServer server;
+};
+
+TEST_F(PulseServerLifecycle, WithoutAServerThereAreNoDevicesUntilItComes) {
+    ASSERT_TRUE(server.start());
+    server.stop(); // the environment now names a socket nobody listens on
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    EXPECT_FALSE(audio.isConnected());
+    EXPECT_TRUE(controller.devices().empty());
+    EXPECT_EQ(audio.defaultOutputDevice(), 0u);
+    EXPECT_FALSE(audio.createMultiOutput({{1, "usb_dac", "USB", {}}}, "usb_dac", {}));
+
+    ASSERT_TRUE(server.start());
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
+}
+
+TEST_F(PulseServerLifecycle, AServerRestartWhileActiveEndsWithAConsistentDeviceList) {
+    ASSERT_TRUE(server.start());
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    select(controller, {"usb_dac", "bt_speaker"});
+    controller.activate();
+    ASSERT_TRUE(controller.isActive());
+
+    server.stop();
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().empty(); }, 3000));
+    ASSERT_TRUE(server.start());
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
+    EXPECT_TRUE(audio.isConnected());
+
+    // The old multi-output device died with the old server; switching off and on again works.
+    controller.deactivate();
+    select(controller, {"usb_dac"});
+    controller.activate();
+    EXPECT_TRUE(controller.isActive());
+    controller.teardown();
+    EXPECT_EQ(brivelloLeftovers(), 0);
+}
+
+TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgain) {
+    ASSERT_TRUE(server.start());
+    QProcess child;
+    child.start(ACTIVATE_CHILD, {"usb_dac", "bt_speaker"});
+    ASSERT_TRUE(child.waitForReadyRead(10000));
+    ASSERT_EQ(child.readAllStandardOutput().trimmed(), "active");
+    ::kill(static_cast<pid_t>(child.processId()), SIGKILL);
+    child.waitForFinished(3000);
+    ASSERT_GT(brivelloLeftovers(), 0);
+
+    // Even a second, clashing sink and its loopback are found.
+    bool ok = false;
+    server.pactl({"load-module", "module-null-sink",
+                  QString("sink_name=%1.2").arg(PulseAudioSystem::kSinkName)},
+                 &ok);
+    ASSERT_TRUE(ok);
+    server.pactl({"load-module", "module-loopback",
+                  QString("source=%1.2.monitor").arg(PulseAudioSystem::kSinkName),
+                  "sink=hdmi_monitor"},
+                 &ok);
+    ASSERT_TRUE(ok);
+
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    EXPECT_EQ(brivelloLeftovers(), 0);
+    EXPECT_EQ(controller.devices().size(), 4u);
+}
+
+// PulseAudio 16.1 aborted when the sink was re-created under a name it still remembered as
+// default while a stream played.
+TEST_F(PulseServerLifecycle, RebuildingWhileAStreamPlaysKeepsTheServerUp) {
+    ASSERT_TRUE(server.start());
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    select(controller, {"usb_dac", "bt_speaker"});
+    QProcess player;
+    startStream(player, 20);
+    for (int round = 0; round < 3; ++round) {
+        controller.activate();
+        ASSERT_TRUE(controller.isActive());
+        waitUntil([] { return false; }, 300);
+        controller.setDelay(controller.devices().front().id, 40.0 * round);
+        controller.commitDelays();
+        waitUntil([] { return false; }, 300);
+        controller.deactivate();
+        ASSERT_TRUE(serverAlive()) << "round " << round;
+    }
+    player.kill();
+    player.waitForFinished();
+    EXPECT_EQ(brivelloLeftovers(), 0);
+}
+
+// PulseAudio 16.1 aborted when a sink that had carried a stream for 12 s or more was unloaded.
+TEST_F(PulseServerLifecycle, SwitchingOffAfterALongStreamKeepsTheServerUp) {
+    ASSERT_TRUE(server.start());
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    select(controller, {"usb_dac", "bt_speaker"});
+    controller.activate();
+    ASSERT_TRUE(controller.isActive());
+    QProcess player;
+    startStream(player, 30);
+    waitUntil([] { return false; }, 13000);
+    controller.deactivate();
+    EXPECT_TRUE(serverAlive());
+    // The stream went on playing on the real device.
+    EXPECT_EQ(player.state(), QProcess::Running);
+    player.kill();
+    player.waitForFinished();
+    EXPECT_EQ(brivelloLeftovers(), 0);
+}
+
+} // namespace
