@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/install-deps.sh
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRIVELLO_TESTS=OFF
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRIVELLO_TESTS=OFF -DBRIVELLO_SANITIZE=OFF
 cmake --build build --target brivello
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/brivello-run.XXXXXX")
