@@ -135,7 +135,7 @@ protected:
         ASSERT_TRUE(eventually([this] {
             return pactl({"list", "clients"}).contains(QLatin1String("Brivello"));
         }));
-        QThread::msleep(500);
+        QThread::msleep(1500);
     }
 
     void focusAnotherWindow() {
