@@ -101,7 +101,7 @@ TEST_F(PulseMultiOutput, ACommittedDelayMovesThatDeviceLaterByItsMilliseconds) {
          {std::pair{"near", "front-left,front-right"}, std::pair{"far", "rear-left,rear-right"}}) {
         server.pactl(
             {"load-module", "module-remap-sink", QString("sink_name=") + name, "master=clock4",
-             "channels=2", "channel_map=front-left,front-right",
+             "remix=no", "channels=2", "channel_map=front-left,front-right",
              QString("master_channel_map=") + channels,
              QString("sink_properties=\"device.description='") + name + "' device.class=sound\""},
             &ok);
