@@ -39,13 +39,27 @@ protected:
         return count;
     }
 
-    // A long tone to the default sink, as a music player would keep playing.
-    void startStream(QProcess& player, int seconds) {
+    // A long tone, as a music player would keep playing: to the default sink, or pinned to one.
+    void startStream(QProcess& player, int seconds, const QString& device = {}) {
+        const QString pin = device.isEmpty() ? QString() : " --device=" + device;
         player.start("sh", {"-c", QString("sox -n -r 48000 -c 2 -b 16 -t wav - synth %1 sine 440 "
-                                          "vol 0.3 | pacat --file-format=wav")
-                                      .arg(seconds)});
+                                          "vol 0.3 2>/dev/null | exec pacat --file-format=wav%2")
+                                      .arg(seconds)
+                                      .arg(pin)});
         ASSERT_TRUE(player.waitForStarted());
         waitUntil([] { return false; }, 300);
+    }
+
+    // The sink the player's stream is on (loopbacks are not players).
+    std::string sinkOfStream() {
+        QString index;
+        for (const auto& line : server.pactl({"list", "short", "sink-inputs"}).split('\n'))
+            if (line.contains("protocol-native"))
+                index = line.split('\t').value(1);
+        for (const auto& line : server.pactl({"list", "short", "sinks"}).split('\n'))
+            if (!index.isEmpty() && line.split('\t').value(0) == index)
+                return line.split('\t').value(1).toStdString();
+        return {};
     }
 
     PrivateSoundServer server;
@@ -125,6 +139,8 @@ TEST_F(PulseServerLifecycle, RebuildingWhileAStreamPlaysKeepsTheServerUp) {
     select(controller, {"usb_dac", "bt_speaker"});
     QProcess player;
     startStream(player, 20);
+    const auto before = sinkOfStream();
+    ASSERT_FALSE(before.empty());
     for (int round = 0; round < 3; ++round) {
         controller.activate();
         ASSERT_TRUE(controller.isActive());
@@ -132,9 +148,13 @@ TEST_F(PulseServerLifecycle, RebuildingWhileAStreamPlaysKeepsTheServerUp) {
         controller.setDelay(controller.devices().front().id, 40.0 * round);
         controller.commitDelays();
         waitUntil([] { return false; }, 300);
+        // The music follows the rebuilt device instead of staying behind on a real one.
+        EXPECT_EQ(sinkOfStream(), PulseAudioSystem::kSinkName) << "round " << round;
         controller.deactivate();
         ASSERT_TRUE(serverAlive()) << "round " << round;
+        EXPECT_EQ(sinkOfStream(), before) << "round " << round;
     }
+    EXPECT_EQ(player.state(), QProcess::Running);
     player.kill();
     player.waitForFinished();
     EXPECT_EQ(brivelloLeftovers(), 0);
@@ -148,13 +168,18 @@ TEST_F(PulseServerLifecycle, SwitchingOffAfterALongStreamKeepsTheServerUp) {
     select(controller, {"usb_dac", "bt_speaker"});
     controller.activate();
     ASSERT_TRUE(controller.isActive());
+    // Pinned to Brivello's sink, the stream does not follow the default back by itself.
     QProcess player;
-    startStream(player, 30);
+    startStream(player, 30, PulseAudioSystem::kSinkName);
+    ASSERT_EQ(sinkOfStream(), PulseAudioSystem::kSinkName);
     waitUntil([] { return false; }, 13000);
     controller.deactivate();
     EXPECT_TRUE(serverAlive());
-    // The stream went on playing on the real device.
+    // It was moved, not killed: it goes on playing on the real device.
+    waitUntil([] { return false; }, 300);
     EXPECT_EQ(player.state(), QProcess::Running);
+    EXPECT_FALSE(sinkOfStream().empty());
+    EXPECT_NE(sinkOfStream(), PulseAudioSystem::kSinkName);
     player.kill();
     player.waitForFinished();
     EXPECT_EQ(brivelloLeftovers(), 0);
