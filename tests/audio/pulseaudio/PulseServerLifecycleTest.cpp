@@ -3,6 +3,8 @@
 #include "PrivateSoundServer.h"
 #include "PulseAudioSystem.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 
 #include <gtest/gtest.h>
@@ -100,6 +102,24 @@ TEST_F(PulseServerLifecycle, AServerRestartWhileActiveEndsWithAConsistentDeviceL
     EXPECT_TRUE(controller.isActive());
     controller.teardown();
     EXPECT_EQ(brivelloLeftovers(), 0);
+}
+
+TEST_F(PulseServerLifecycle, AHungServerCostsSecondsNotTheApplication) {
+    ASSERT_TRUE(server.start());
+    PulseAudioSystem audio;
+    ASSERT_EQ(audio.outputDevices().size(), 4u);
+    QFile pidFile(server.directory() + "/pid");
+    ASSERT_TRUE(pidFile.open(QIODevice::ReadOnly));
+    const auto pid = static_cast<pid_t>(pidFile.readAll().trimmed().toInt());
+
+    ::kill(pid, SIGSTOP);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_TRUE(audio.outputDevices().empty());
+    EXPECT_LT(timer.elapsed(), 5000);
+    ::kill(pid, SIGCONT);
+    // The connection outlives the stall.
+    EXPECT_TRUE(waitUntil([&] { return audio.outputDevices().size() == 4; }, 3000));
 }
 
 TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgain) {
