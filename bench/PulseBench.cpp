@@ -77,9 +77,11 @@ int main(int argc, char** argv) {
         if (device.uid == "usb_dac" || device.uid == "bt_speaker")
             controller.toggle(device.id);
 
-    std::vector<double> activate, deactivate, rawLoad, rawUnload;
+    std::vector<double> activate, deactivate, rebuild, rawLoad, rawUnload;
     for (int i = 0; i < kRounds; ++i) {
         activate.push_back(timeMs([&] { controller.activate(); }));
+        controller.setDelay(*controller.selected().begin(), 20.0 * (i % 2));
+        rebuild.push_back(timeMs([&] { controller.commitDelays(); }));
         deactivate.push_back(timeMs([&] { controller.deactivate(); }));
     }
     PulseConnection raw([](PulseConnection::Event) {});
@@ -105,6 +107,7 @@ int main(int argc, char** argv) {
                 medianMs(activate), medianMs(rawLoad));
     std::printf("  deactivate: %6.1f ms   raw default + unloads:                 %6.1f ms\n",
                 medianMs(deactivate), medianMs(rawUnload));
+    std::printf("  committed delay while active (rebuild): %6.1f ms\n", medianMs(rebuild));
 
     const double seconds = 5.0;
     std::printf("server CPU (%% of one core over %.0f s)\n", seconds);

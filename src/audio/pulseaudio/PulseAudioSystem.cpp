@@ -39,8 +39,9 @@ const Sink* findByName(const std::vector<Sink>& sinks, const std::string& name) 
     return it == sinks.end() ? nullptr : &*it;
 }
 
-void reportFailure(const char* module, int error) {
-    std::printf("Brivello: load-module %s failed (%d)\n", module, error);
+// The one diagnostic line of a failed creation; `what` is the module that failed to load.
+void reportFailure(const char* what, int error) {
+    std::printf("Brivello: %s failed (%d)\n", what, error);
     std::fflush(stdout);
 }
 
@@ -162,7 +163,7 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
         if (const auto* sink = findByName(sinks, device.uid); sink && !isOwnSink(*sink))
             members.push_back(*sink);
     if (members.empty()) {
-        reportFailure("module-loopback", PA_ERR_NOENTITY);
+        reportFailure("finding the devices", PA_ERR_NOENTITY);
         return std::nullopt;
     }
 
