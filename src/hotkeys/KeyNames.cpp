@@ -72,8 +72,11 @@ std::string keyName(std::uint16_t keyCode, const std::optional<std::string>& cha
         return fixed->second;
     if (chars) {
         const QString text = QString::fromStdString(*chars);
-        if (printable(text))
-            return text.toUpper().toStdString();
+        if (printable(text)) {
+            // ß would become "SS", a key the keyboard does not have.
+            const QString upper = text.toUpper();
+            return (upper.size() == text.size() ? upper : text).toStdString();
+        }
     }
     if (auto layout = layoutNames().find(keyCode); layout != layoutNames().end())
         return layout->second;

@@ -143,7 +143,14 @@ void X11HotKeyBackend::readEvents() {
     if (!m_connection)
         return;
     while (XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
-        if ((event->response_type & 0x7F) != XCB_KEY_PRESS)
+        const std::uint8_t type = event->response_type & 0x7F;
+        if (type == XCB_MAPPING_NOTIFY) {
+            // A new keyboard layout: later registrations look their keys up in the new one.
+            xcb_refresh_keyboard_mapping(
+                m_keySymbols, reinterpret_cast<xcb_mapping_notify_event_t*>(event.get()));
+            continue;
+        }
+        if (type != XCB_KEY_PRESS)
             continue;
         const auto* press = reinterpret_cast<const xcb_key_press_event_t*>(event.get());
         const std::uint16_t locks = XCB_MOD_MASK_LOCK | m_numLockMask;

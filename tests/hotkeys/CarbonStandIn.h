@@ -18,6 +18,8 @@ public:
 
     Status installEventHandler(Handler handler) override {
         ++installations;
+        if (installStatus != 0)
+            return installStatus;
         m_handler = std::move(handler);
         return 0;
     }
@@ -61,6 +63,7 @@ public:
     using Combination = std::pair<std::uint32_t, std::uint32_t>;
     std::set<Combination> takenElsewhere; // held by the system or another application
     int installations = 0;
+    Status installStatus = 0; // what InstallEventHandler answers
 
 private:
     Handler m_handler;

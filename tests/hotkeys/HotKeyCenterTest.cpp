@@ -49,6 +49,16 @@ TEST(HotKeyCenter, ResyncsKeepOneHandlerAndIdsThatOnlyGrow) {
     c.center->unregisterAll();
     c.center->unregisterAll(); // nothing left: nothing happens
     EXPECT_EQ(c.carbon->installations, 1);
+
+    // A handler the platform would not take is not tried again; the keys stay registered.
+    Center failing;
+    failing.carbon->installStatus = -50; // paramErr
+    failing.center->registerHotKey({0, kCmdShift, "⇧⌘A"}, [] { FAIL(); });
+    failing.center->unregisterAll();
+    failing.center->registerHotKey({1, kCmdShift, "⇧⌘S"}, [] { FAIL(); });
+    EXPECT_EQ(failing.carbon->installations, 1);
+    EXPECT_EQ(failing.center->registeredIDs(), std::vector<std::uint32_t>{2});
+    EXPECT_FALSE(failing.carbon->press(1, kCmdShift));
 }
 
 TEST(HotKeyCenter, ARefusedCombinationUsesUpItsIdAndLeavesTheOthersWorking) {

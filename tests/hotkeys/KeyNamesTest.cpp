@@ -21,6 +21,7 @@ TEST(KeyNames, EveryKeyHasAReadableNameWhateverTheEventCarries) {
     EXPECT_EQ(keyName(0x06, "y"), "Y"); // German layout: the key labelled Z on a US board
     EXPECT_EQ(keyName(0x06, std::nullopt), "Z");
     EXPECT_EQ(keyName(0x29, "ö"), "Ö");
+    EXPECT_EQ(keyName(0x1B, "ß"), "ß");
     EXPECT_EQ(keyName(0x12, "1"), "1");
     // Keys whose characters are invisible or private get names of their own.
     EXPECT_EQ(keyName(0x75, "\x7F"), "⌦");
