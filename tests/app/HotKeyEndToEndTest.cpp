@@ -1,10 +1,10 @@
+#include "EventLoop.h"
 #include "OtherXClient.h"
+#include "PrivateSoundServer.h"
 #include "PrivateXServer.h"
 #include "ZoneStore.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDir>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QSettings>
@@ -17,8 +17,6 @@
 #include <X11/keysymdef.h>
 #include <xcb/xproto.h>
 
-#include <functional>
-
 // The real brivello program on a private X display and a private sound server with virtual
 // speakers: zones saved in its settings, their hot keys typed by xdotool while another window has
 // the focus, the result read back from the sound server.
@@ -28,46 +26,17 @@ namespace {
 constexpr std::uint32_t kControlOption = 0x1800;
 constexpr std::uint32_t kKeyA = 0x00, kKeyB = 0x0B, kKeyC = 0x08;
 
-bool eventually(const std::function<bool()>& condition, int milliseconds = 5000) {
-    QDeadlineTimer deadline(milliseconds);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QThread::msleep(50);
-    }
-    return true;
-}
-
 class HotKeyEndToEnd : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(x.isRunning());
         ASSERT_TRUE(folder.isValid());
+        // The server's client environment is set in this process, so brivello inherits it.
+        ASSERT_TRUE(sound.start(true));
         environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("DISPLAY"), x.display());
         environment.insert(QStringLiteral("HOME"), folder.path());
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
-        environment.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
-
-        // The private sound server prints the environment its clients need.
-        QProcess server;
-        server.start(
-            QStringLiteral(SOUND_SERVER_SCRIPT),
-            {QStringLiteral("start"), folder.filePath("sound"), QStringLiteral("--with-devices")});
-        ASSERT_TRUE(server.waitForFinished(20000));
-        ASSERT_EQ(server.exitCode(), 0) << server.readAllStandardError().toStdString();
-        for (const QString& line : QString::fromUtf8(server.readAllStandardOutput()).split('\n')) {
-            static const QString prefix = QStringLiteral("export ");
-            if (!line.startsWith(prefix))
-                continue;
-            const QString assignment = line.mid(prefix.size());
-            const auto equals = assignment.indexOf('=');
-            QString value = assignment.mid(equals + 1);
-            if (value.startsWith('\'') && value.endsWith('\''))
-                value = value.mid(1, value.size() - 2);
-            environment.insert(assignment.left(equals), value);
-        }
-        serverStarted = true;
         originalDefault = pactl({"get-default-sink"});
         ASSERT_FALSE(originalDefault.isEmpty());
     }
@@ -79,19 +48,9 @@ protected:
         }
         focused.kill();
         focused.waitForFinished();
-        if (serverStarted) {
-            QProcess::execute(QStringLiteral(SOUND_SERVER_SCRIPT),
-                              {QStringLiteral("stop"), folder.filePath("sound")});
-        }
     }
 
-    QString pactl(const QStringList& arguments) {
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("pactl"), arguments);
-        process.waitForFinished(10000);
-        return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-    }
+    QString pactl(const QStringList& arguments) { return sound.pactl(arguments).trimmed(); }
     QString defaultSink() { return pactl({"get-default-sink"}); }
     bool routedTo(const QStringList& present, const QStringList& absent) {
         if (!defaultSink().contains(QLatin1String("brivello"), Qt::CaseInsensitive))
@@ -132,7 +91,7 @@ protected:
         brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
         ASSERT_TRUE(brivello.waitForStarted());
         // Its hot keys are registered right after it has connected to the sound server.
-        ASSERT_TRUE(eventually([this] {
+        ASSERT_TRUE(waitUntil([this] {
             return pactl({"list", "clients"}).contains(QLatin1String("Brivello"));
         }));
         QThread::msleep(1500);
@@ -153,7 +112,7 @@ protected:
     PrivateXServer x;
     QTemporaryDir folder;
     QProcessEnvironment environment;
-    bool serverStarted = false;
+    PrivateSoundServer sound;
     QString originalDefault;
     QProcess brivello;
     QProcess focused;
@@ -171,31 +130,31 @@ TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     ASSERT_TRUE(restored());
 
     type(QStringLiteral("ctrl+alt+a"));
-    EXPECT_TRUE(eventually([this] {
+    EXPECT_TRUE(waitUntil([this] {
         return routedTo({"usb_dac", "builtin_speakers"}, {"bt_speaker"});
     })) << "zone A's devices, as the default output";
 
     type(QStringLiteral("ctrl+alt+a"));
-    EXPECT_TRUE(eventually([this] { return restored(); })) << "the same key switches it off";
+    EXPECT_TRUE(waitUntil([this] { return restored(); })) << "the same key switches it off";
 
     type(QStringLiteral("ctrl+alt+a"));
-    ASSERT_TRUE(eventually([this] { return routedTo({"usb_dac"}, {"bt_speaker"}); }));
+    ASSERT_TRUE(waitUntil([this] { return routedTo({"usb_dac"}, {"bt_speaker"}); }));
     type(QStringLiteral("ctrl+alt+b"));
-    EXPECT_TRUE(eventually([this] {
+    EXPECT_TRUE(waitUntil([this] {
         return routedTo({"bt_speaker"}, {"usb_dac", "builtin_speakers"});
     })) << "zone B's key moves the sound over in one step";
 
     type(QStringLiteral("Caps_Lock"));
     type(QStringLiteral("ctrl+alt+b"));
-    EXPECT_TRUE(eventually([this] { return restored(); })) << "with Caps Lock on";
+    EXPECT_TRUE(waitUntil([this] { return restored(); })) << "with Caps Lock on";
     type(QStringLiteral("Caps_Lock"));
 
     // The refused combination does nothing here, and the other client still gets it.
     type(QStringLiteral("ctrl+alt+c"));
-    EXPECT_TRUE(eventually([&other] { return other.keyPresses() == 1; }));
+    EXPECT_TRUE(waitUntil([&other] { return other.keyPresses() == 1; }));
     EXPECT_TRUE(restored());
     type(QStringLiteral("ctrl+alt+b"));
-    EXPECT_TRUE(eventually([this] { return routedTo({"bt_speaker"}, {"hdmi_monitor"}); }));
+    EXPECT_TRUE(waitUntil([this] { return routedTo({"bt_speaker"}, {"hdmi_monitor"}); }));
 
     // A kill while active ends in the same clean state as switching off.
     brivello.terminate();

@@ -7,7 +7,7 @@
 #include <functional>
 
 // Runs the Qt event loop until `done` holds or `milliseconds` have passed; whether it held.
-inline bool waitUntil(const std::function<bool()>& done, int milliseconds) {
+inline bool waitUntil(const std::function<bool()>& done, int milliseconds = 5000) {
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
