@@ -24,11 +24,14 @@ extern "C" void forwardSignal(int signal) {
 } // namespace
 
 TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent) {
-    if (g_pipe[0] != -1 || ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_pipe) != 0)
+    if (g_pipe[0] != -1 || ::socketpair(AF_UNIX, SOCK_STREAM, 0, g_pipe) != 0)
         return;
-    // Neither end may block: not the handler, and not the drain loop below.
-    ::fcntl(g_pipe[0], F_SETFL, O_NONBLOCK);
-    ::fcntl(g_pipe[1], F_SETFL, O_NONBLOCK);
+    // Neither end may block (not the handler, not the drain loop below), and no child inherits
+    // them. SOCK_CLOEXEC does not exist on macOS, hence fcntl.
+    for (int fd : g_pipe) {
+        ::fcntl(fd, F_SETFL, O_NONBLOCK);
+        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+    }
     m_notifier = new QSocketNotifier(g_pipe[1], QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &TerminationSignals::onSignal);
 
