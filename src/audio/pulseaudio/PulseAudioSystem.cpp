@@ -183,8 +183,9 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
     const std::string nullSinkArgs =
         "sink_name=" + moduleargs::quote(kSinkName) +
         " rate=" + std::to_string(static_cast<long>(rate)) + " sink_properties=" +
-        moduleargs::quoteProperties(
-            {{"device.description", kDescription}, {kMarkerProperty, "multioutput"}});
+        moduleargs::quoteProperties({{"device.description", kDescription},
+                                     {kMarkerProperty, "multioutput"},
+                                     {kPreviousDefaultProperty, real}});
     const auto nullSink = m_connection.loadModule("module-null-sink", nullSinkArgs);
     if (!nullSink) {
         reportFailure("module-null-sink", m_connection.lastError());
@@ -238,6 +239,16 @@ std::string PulseAudioSystem::realDefault(const std::vector<Sink>& sinks) {
             return sink->name;
     if (const auto* remembered = findByName(sinks, m_realDefault))
         return remembered->name;
+    for (const auto& sink : sinks) {
+        if (!isOwnSink(sink))
+            continue;
+        auto recorded = sink.properties.find(kPreviousDefaultProperty);
+        if (recorded == sink.properties.end())
+            continue;
+        if (const auto* previous = findByName(sinks, recorded->second);
+            previous && !isOwnSink(*previous))
+            return previous->name;
+    }
     for (const auto& sink : sinks)
         if (!isOwnSink(sink))
             return sink.name;

@@ -48,6 +48,9 @@ public:
     static constexpr double kBaseLatencyMs = 60.0;
     // Set on the multi-output sink and on every loopback, so leftovers are found by it.
     static constexpr const char* kMarkerProperty = "de.tandrel.brivello.role";
+    // Set on the multi-output sink: the default it stands in for, so that even the start after a
+    // crash gives the user's own default back rather than whatever sink comes first.
+    static constexpr const char* kPreviousDefaultProperty = "de.tandrel.brivello.previous-default";
 
     static bool isOwnSink(const PulseConnection::Sink& sink);
 

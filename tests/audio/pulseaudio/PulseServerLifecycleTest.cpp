@@ -124,6 +124,8 @@ TEST_F(PulseServerLifecycle, AHungServerCostsSecondsNotTheApplication) {
 
 TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgain) {
     ASSERT_TRUE(server.start());
+    // The user's default is not the first sink, so a fallback would not find it by chance.
+    server.pactl({"set-default-sink", "hdmi_monitor"});
     QProcess child;
     child.start(ACTIVATE_CHILD, {"usb_dac", "bt_speaker"});
     ASSERT_TRUE(child.waitForReadyRead(10000));
@@ -148,6 +150,7 @@ TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgai
     MultiOutputController controller(audio);
     EXPECT_EQ(brivelloLeftovers(), 0);
     EXPECT_EQ(controller.devices().size(), 4u);
+    EXPECT_EQ(server.defaultSink(), "hdmi_monitor") << "the user's default comes back";
 }
 
 // PulseAudio 16.1 aborted when a combined sink was re-created under a name it still remembered
