@@ -42,7 +42,8 @@ void sortByName(std::vector<AudioOutputDevice>& devices) {
                      });
 }
 
-std::size_t std::hash<AudioOutputDevice>::operator()(const AudioOutputDevice& device) const noexcept {
+std::size_t
+std::hash<AudioOutputDevice>::operator()(const AudioOutputDevice& device) const noexcept {
     std::size_t hash = std::hash<std::uint32_t>{}(device.id);
     auto combine = [&hash](std::size_t value) {
         hash ^= value + 0x9e3779b97f4a7c15ULL + (hash << 6) + (hash >> 2);

@@ -38,7 +38,6 @@ const char* label(AudioOutputDevice::Transport transport);
 // platform's order.
 void sortByName(std::vector<AudioOutputDevice>& devices);
 
-template <>
-struct std::hash<AudioOutputDevice> {
+template <> struct std::hash<AudioOutputDevice> {
     std::size_t operator()(const AudioOutputDevice& device) const noexcept;
 };

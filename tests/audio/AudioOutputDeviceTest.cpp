@@ -18,12 +18,10 @@ std::vector<std::string> names(const std::vector<AudioOutputDevice>& devices) {
 
 TEST(AudioOutputDevice, ListsSortByNameIgnoringCaseAndKeepThePlatformOrderForEqualNames) {
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-    std::vector<AudioOutputDevice> devices{{1, "z", "zeta", T::usb},
-                                           {2, "l1", "Lautsprecher", T::builtIn},
-                                           {3, "a", "Alpha", T::hdmi},
-                                           {4, "l2", "lautsprecher", T::bluetooth},
-                                           {5, "b", "beta", T::other},
-                                           {6, "u", "Ärger", T::other}};
+    std::vector<AudioOutputDevice> devices{
+        {1, "z", "zeta", T::usb},   {2, "l1", "Lautsprecher", T::builtIn},
+        {3, "a", "Alpha", T::hdmi}, {4, "l2", "lautsprecher", T::bluetooth},
+        {5, "b", "beta", T::other}, {6, "u", "Ärger", T::other}};
     sortByName(devices);
     EXPECT_EQ(names(devices), (std::vector<std::string>{"Alpha", "Ärger", "beta", "Lautsprecher",
                                                         "lautsprecher", "zeta"}));
@@ -44,10 +42,11 @@ TEST(AudioOutputDevice, ARenamedDeviceIsADifferentValueWithTheSameId) {
 
 TEST(AudioOutputDevice, EveryTransportHasItsGermanCaption) {
     const std::vector<std::pair<T, std::string>> expected{
-        {T::bluetooth, "Bluetooth"},  {T::usb, "USB"},          {T::builtIn, "Eingebaut"},
-        {T::hdmi, "HDMI"},            {T::displayPort, "DisplayPort"}, {T::airPlay, "AirPlay"},
-        {T::thunderbolt, "Thunderbolt"}, {T::aggregate, "Aggregat"}, {T::virtual_, "Virtuell"},
-        {T::other, "Kabel/Sonstige"}};
+        {T::bluetooth, "Bluetooth"},     {T::usb, "USB"},
+        {T::builtIn, "Eingebaut"},       {T::hdmi, "HDMI"},
+        {T::displayPort, "DisplayPort"}, {T::airPlay, "AirPlay"},
+        {T::thunderbolt, "Thunderbolt"}, {T::aggregate, "Aggregat"},
+        {T::virtual_, "Virtuell"},       {T::other, "Kabel/Sonstige"}};
     for (const auto& [transport, text] : expected)
         EXPECT_EQ(label(transport), text);
 }

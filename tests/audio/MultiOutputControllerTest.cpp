@@ -158,7 +158,8 @@ TEST_F(Controller, KeepsAUsersDelayForADeviceThatGoesAwayAndComesBack) {
 }
 
 TEST_F(Controller, ActivationBuildsTheDeviceMakesItTheDefaultAndEverySelectedDeviceAudible) {
-    const auto quiet = audio.plug(device("quiet", "Werkstatt", kAudioDeviceTransportTypeUSB, 0.02f));
+    const auto quiet =
+        audio.plug(device("quiet", "Werkstatt", kAudioDeviceTransportTypeUSB, 0.02f));
     audio.setValue(quiet, CoreAudioStandIn::output(kAudioDevicePropertyMute), std::uint32_t{1},
                    true);
     auto controller = start();
