@@ -181,7 +181,6 @@ void CoreAudioStandIn::clearRecords() {
     m_writes.clear();
     m_creations.clear();
     m_removals.clear();
-    m_history.clear();
 }
 
 void CoreAudioStandIn::notifyDeviceListChanged() {
@@ -296,7 +295,6 @@ CoreAudioApi::Status CoreAudioStandIn::getStringProperty(ObjectID object,
 CoreAudioApi::Status CoreAudioStandIn::setPropertyData(ObjectID object,
                                                        const PropertyAddress& address,
                                                        std::uint32_t dataSize, const void* data) {
-    m_history.push_back({Change::write, m_writes.size()});
     Write& write = m_writes.emplace_back(Write{object, address, bytes(data, dataSize), 0});
     auto status = [&]() -> Status {
         if (auto forced = enter(Call::setPropertyData, object, address))
@@ -345,7 +343,6 @@ CoreAudioApi::Status CoreAudioStandIn::isPropertySettable(ObjectID object,
 CoreAudioApi::Status
 CoreAudioStandIn::createAggregateDevice(const DescriptionDictionary& description,
                                         ObjectID& outDeviceID) {
-    m_history.push_back({Change::creation, m_creations.size()});
     m_creations.push_back(description);
     if (auto forced = enter(Call::createAggregateDevice, kAudioObjectUnknown))
         return *forced;
@@ -372,7 +369,6 @@ CoreAudioStandIn::createAggregateDevice(const DescriptionDictionary& description
 }
 
 CoreAudioApi::Status CoreAudioStandIn::destroyAggregateDevice(ObjectID device) {
-    m_history.push_back({Change::removal, m_removals.size()});
     m_removals.push_back(device);
     if (auto forced = enter(Call::destroyAggregateDevice, device))
         return *forced;

@@ -131,15 +131,6 @@ public:
     std::vector<Write> writesTo(ObjectID object, const PropertyAddress& address) const;
     const std::vector<coreaudio::DescriptionDictionary>& creations() const { return m_creations; }
     const std::vector<ObjectID>& removals() const { return m_removals; }
-    // Every write, creation and removal in the order they happened; `index` points into
-    // writes(), creations() or removals().
-    enum class Change { write, creation, removal };
-    struct Entry {
-        Change change;
-        std::size_t index;
-        bool operator==(const Entry&) const = default;
-    };
-    const std::vector<Entry>& history() const { return m_history; }
     void clearRecords();
 
     // Posts a device-list change to the listeners, as Core Audio does after a device change.
@@ -206,7 +197,6 @@ private:
     std::vector<Write> m_writes;
     std::vector<coreaudio::DescriptionDictionary> m_creations;
     std::vector<ObjectID> m_removals;
-    std::vector<Entry> m_history;
     std::vector<Listener> m_listeners;
     // Queued deliveries check this so they never reach a stand-in that is gone.
     std::shared_ptr<int> m_alive = std::make_shared<int>(0);
