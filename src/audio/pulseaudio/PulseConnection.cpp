@@ -62,6 +62,32 @@ void onTimeout(pa_mainloop_api*, pa_time_event*, const struct timeval*, void* fl
     request->finish(false);
 }
 
+// Ends a wait on the loop when the server neither answers nor goes away. Lives while the loop's
+// lock is held.
+class Deadline {
+public:
+    Deadline(PulseConnection* connection, pa_context* context, pa_threaded_mainloop* loop,
+             std::chrono::milliseconds after)
+        : m_request{connection}, m_api(pa_threaded_mainloop_get_api(loop)) {
+        const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(after).count();
+        m_timer = pa_context_rttime_new(context, pa_rtclock_now() + static_cast<pa_usec_t>(micros),
+                                        onTimeout, &m_request);
+    }
+    ~Deadline() {
+        if (m_timer)
+            m_api->time_free(m_timer);
+    }
+    Deadline(const Deadline&) = delete;
+    Deadline& operator=(const Deadline&) = delete;
+
+    bool passed() const { return m_request.done; }
+
+private:
+    PulseConnection::Request m_request;
+    pa_mainloop_api* m_api;
+    pa_time_event* m_timer = nullptr;
+};
+
 } // namespace
 
 void PulseConnection::Request::finish(bool success) {
@@ -100,21 +126,14 @@ bool PulseConnection::connect(std::chrono::milliseconds timeout) {
         return false;
     }
 
-    // The timer ends the wait when the server neither accepts nor refuses.
-    Request deadline{this};
-    auto* timer = pa_context_rttime_new(
-        m_context,
-        pa_rtclock_now() +
-            static_cast<pa_usec_t>(
-                std::chrono::duration_cast<std::chrono::microseconds>(timeout).count()),
-        onTimeout, &deadline);
     pa_context_state_t state = pa_context_get_state(m_context);
-    while (!deadline.done && state != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state)) {
-        pa_threaded_mainloop_wait(m_loop);
-        state = pa_context_get_state(m_context);
+    {
+        const Deadline deadline(this, m_context, m_loop, timeout);
+        while (!deadline.passed() && state != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state)) {
+            pa_threaded_mainloop_wait(m_loop);
+            state = pa_context_get_state(m_context);
+        }
     }
-    if (timer)
-        pa_threaded_mainloop_get_api(m_loop)->time_free(timer);
     if (state != PA_CONTEXT_READY) {
         dropContext();
         return false;
@@ -170,21 +189,16 @@ template <class Issue> bool PulseConnection::await(Request& request, Issue issue
     pa_operation* op = issue();
     if (!op)
         return false;
-    Request deadline{this};
-    auto* timer = pa_context_rttime_new(
-        m_context,
-        pa_rtclock_now() +
-            static_cast<pa_usec_t>(
-                std::chrono::duration_cast<std::chrono::microseconds>(m_timeout).count()),
-        onTimeout, &deadline);
-    while (!request.done && !deadline.done && pa_context_get_state(m_context) == PA_CONTEXT_READY)
-        pa_threaded_mainloop_wait(m_loop);
+    {
+        const Deadline deadline(this, m_context, m_loop, m_timeout);
+        while (!request.done && !deadline.passed() &&
+               pa_context_get_state(m_context) == PA_CONTEXT_READY)
+            pa_threaded_mainloop_wait(m_loop);
+    }
     // A cancelled operation never calls back, so `request` may go out of scope afterwards.
     if (!request.done)
         pa_operation_cancel(op);
     pa_operation_unref(op);
-    if (timer)
-        pa_threaded_mainloop_get_api(m_loop)->time_free(timer);
     return request.done && request.ok;
 }
 
