@@ -41,20 +41,7 @@ X11HotKeyBackend::X11HotKeyBackend(const char* display, QObject* parent) : QObje
     m_root = screens.data->root;
     m_keySymbols = xcb_key_symbols_alloc(m_connection);
 
-    // Num Lock's modifier bit is whatever the server's modifier map says, not a constant.
-    if (xcb_keycode_t* numLock = xcb_key_symbols_get_keycode(m_keySymbols, XK_Num_Lock)) {
-        XcbReply<xcb_get_modifier_mapping_reply_t> mapping(xcb_get_modifier_mapping_reply(
-            m_connection, xcb_get_modifier_mapping(m_connection), nullptr));
-        if (mapping && numLock[0] != XCB_NO_SYMBOL) {
-            const xcb_keycode_t* codes = xcb_get_modifier_mapping_keycodes(mapping.get());
-            const int perModifier = mapping->keycodes_per_modifier;
-            for (int modifier = 0; modifier < 8; ++modifier)
-                for (int k = 0; k < perModifier; ++k)
-                    if (codes[modifier * perModifier + k] == numLock[0])
-                        m_numLockMask = static_cast<std::uint16_t>(1u << modifier);
-        }
-        std::free(numLock);
-    }
+    m_numLockMask = readNumLockMask();
 
     m_notifier =
         new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
@@ -76,37 +63,39 @@ HotKeyBackend::Status X11HotKeyBackend::installEventHandler(Handler handler) {
     return 0;
 }
 
+std::uint16_t X11HotKeyBackend::readNumLockMask() const {
+    // Num Lock's modifier bit is whatever the server's modifier map says, not a constant.
+    const xcb_keycode_t numLock = keycodeOf(XK_Num_Lock);
+    if (numLock == 0)
+        return 0;
+    XcbReply<xcb_get_modifier_mapping_reply_t> mapping(xcb_get_modifier_mapping_reply(
+        m_connection, xcb_get_modifier_mapping(m_connection), nullptr));
+    if (!mapping)
+        return 0;
+    const xcb_keycode_t* codes = xcb_get_modifier_mapping_keycodes(mapping.get());
+    const int perModifier = mapping->keycodes_per_modifier;
+    for (int modifier = 0; modifier < 8; ++modifier)
+        for (int k = 0; k < perModifier; ++k)
+            if (codes[modifier * perModifier + k] == numLock)
+                return static_cast<std::uint16_t>(1u << modifier);
+    return 0;
+}
+
+std::uint8_t X11HotKeyBackend::keycodeOf(std::uint32_t keySym) const {
+    xcb_keycode_t* keycodes = xcb_key_symbols_get_keycode(m_keySymbols, keySym);
+    if (!keycodes)
+        return 0;
+    const xcb_keycode_t first = keycodes[0];
+    std::free(keycodes);
+    return first == XCB_NO_SYMBOL ? 0 : first;
+}
+
 std::array<std::uint16_t, 4> X11HotKeyBackend::lockVariants() const {
     return {0, XCB_MOD_MASK_LOCK, m_numLockMask,
             static_cast<std::uint16_t>(XCB_MOD_MASK_LOCK | m_numLockMask)};
 }
 
-void X11HotKeyBackend::ungrab(const Grab& grab) {
-    for (std::uint16_t lock : lockVariants())
-        xcb_ungrab_key(m_connection, grab.keycode, m_root, grab.modifiers | lock);
-}
-
-HotKeyBackend::Status X11HotKeyBackend::registerEventHotKey(std::uint32_t keyCode,
-                                                            std::uint32_t modifiers, HotKeyID id,
-                                                            Ref& outRef) {
-    outRef = 0;
-    if (!m_connection)
-        return eventHotKeyInvalidErr;
-    const auto keySym = x11KeySym(keyCode);
-    if (!keySym)
-        return paramErr;
-    xcb_keycode_t* keycodes = xcb_key_symbols_get_keycode(m_keySymbols, *keySym);
-    if (!keycodes)
-        return paramErr;
-    Grab grab{keycodes[0], x11Modifiers(modifiers), id};
-    std::free(keycodes);
-    if (grab.keycode == XCB_NO_SYMBOL)
-        return paramErr;
-    // X lets one client grab a combination twice; Carbon refuses a second registration.
-    for (const auto& [ref, existing] : m_grabs)
-        if (existing.keycode == grab.keycode && existing.modifiers == grab.modifiers)
-            return eventHotKeyExistsErr;
-
+bool X11HotKeyBackend::grab(const Grab& grab) {
     bool refused = false;
     for (std::uint16_t lock : lockVariants()) {
         auto cookie = xcb_grab_key_checked(m_connection, 1, m_root, grab.modifiers | lock,
@@ -120,8 +109,35 @@ HotKeyBackend::Status X11HotKeyBackend::registerEventHotKey(std::uint32_t keyCod
     if (refused) {
         ungrab(grab); // only this client's own grabs go; another client's stay untouched
         xcb_flush(m_connection);
-        return eventHotKeyExistsErr;
     }
+    return !refused;
+}
+
+void X11HotKeyBackend::ungrab(const Grab& grab) {
+    if (grab.keycode == 0)
+        return; // keycode 0 is AnyKey: ungrabbing it would drop every other grab too
+    for (std::uint16_t lock : lockVariants())
+        xcb_ungrab_key(m_connection, grab.keycode, m_root, grab.modifiers | lock);
+}
+
+HotKeyBackend::Status X11HotKeyBackend::registerEventHotKey(std::uint32_t keyCode,
+                                                            std::uint32_t modifiers, HotKeyID id,
+                                                            Ref& outRef) {
+    outRef = 0;
+    if (!m_connection)
+        return eventHotKeyInvalidErr;
+    const auto keySym = x11KeySym(keyCode);
+    if (!keySym)
+        return paramErr;
+    Grab grab{*keySym, keycodeOf(*keySym), x11Modifiers(modifiers), id};
+    if (grab.keycode == 0)
+        return paramErr;
+    // X lets one client grab a combination twice; Carbon refuses a second registration.
+    for (const auto& [ref, existing] : m_grabs)
+        if (existing.keycode == grab.keycode && existing.modifiers == grab.modifiers)
+            return eventHotKeyExistsErr;
+    if (!this->grab(grab))
+        return eventHotKeyExistsErr;
     outRef = m_nextRef++;
     m_grabs[outRef] = grab;
     // Waiting for the grab replies may have queued key events the socket will not announce.
@@ -142,12 +158,13 @@ HotKeyBackend::Status X11HotKeyBackend::unregisterEventHotKey(Ref ref) {
 void X11HotKeyBackend::readEvents() {
     if (!m_connection)
         return;
+    bool mappingChanged = false;
     while (XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
         const std::uint8_t type = event->response_type & 0x7F;
         if (type == XCB_MAPPING_NOTIFY) {
-            // A new keyboard layout: later registrations look their keys up in the new one.
-            xcb_refresh_keyboard_mapping(
-                m_keySymbols, reinterpret_cast<xcb_mapping_notify_event_t*>(event.get()));
+            auto* mapping = reinterpret_cast<xcb_mapping_notify_event_t*>(event.get());
+            xcb_refresh_keyboard_mapping(m_keySymbols, mapping);
+            mappingChanged |= mapping->request != XCB_MAPPING_POINTER;
             continue;
         }
         if (type != XCB_KEY_PRESS)
@@ -164,6 +181,23 @@ void X11HotKeyBackend::readEvents() {
             }
         }
     }
+    // A layout switch sends a burst of notifications: the grabs move once, after all of them.
+    if (mappingChanged)
+        regrabAfterMappingChange();
     if (xcb_connection_has_error(m_connection))
         m_notifier->setEnabled(false); // the server went away; the keys are gone with it
+}
+
+void X11HotKeyBackend::regrabAfterMappingChange() {
+    for (const auto& [ref, grab] : m_grabs)
+        ungrab(grab);
+    m_numLockMask = readNumLockMask();
+    for (auto& [ref, grab] : m_grabs) {
+        grab.keycode = keycodeOf(grab.keySym);
+        // A key the new layout lacks, or one another client took meanwhile, stays registered
+        // but silent until the next layout change brings it back.
+        if (grab.keycode != 0 && !this->grab(grab))
+            grab.keycode = 0;
+    }
+    xcb_flush(m_connection);
 }

@@ -36,14 +36,21 @@ public:
 
 private:
     struct Grab {
-        std::uint8_t keycode = 0;
+        std::uint32_t keySym = 0;
+        std::uint8_t keycode = 0; // 0 while the current layout has no key for keySym
         std::uint16_t modifiers = 0;
         HotKeyID id;
     };
 
     void readEvents();
     std::array<std::uint16_t, 4> lockVariants() const;
+    std::uint16_t readNumLockMask() const;
+    std::uint8_t keycodeOf(std::uint32_t keySym) const;
+    // Grabs every lock variant; false (and nothing left grabbed) when another client holds one.
+    bool grab(const Grab& grab);
     void ungrab(const Grab& grab);
+    // After a layout change the same symbols sit on other keys: move every grab with them.
+    void regrabAfterMappingChange();
 
     xcb_connection_t* m_connection = nullptr;
     _XCBKeySymbols* m_keySymbols = nullptr;

@@ -16,6 +16,9 @@ public:
 
     // Grabs the key of `keySym` with exactly these X modifiers on the root window.
     bool grab(std::uint32_t keySym, std::uint16_t modifiers);
+    // Swaps the symbols of the keys carrying `first` and `second`, as a switch to another
+    // keyboard layout moves symbols to other keys.
+    bool swapKeys(std::uint32_t first, std::uint32_t second);
     // Key presses this client has received so far.
     int keyPresses();
 

@@ -107,6 +107,25 @@ TEST_F(X11HotKeys, ACombinationAnotherClientHoldsIsRefusedAndTheOthersStillWork)
     EXPECT_EQ(kitchen, 0);
 }
 
+TEST_F(X11HotKeys, AKeyFollowsItsSymbolWhenTheLayoutChanges) {
+    HotKeyCenter center(std::make_unique<X11HotKeyBackend>(x.display().toLatin1().constData()));
+    int office = 0;
+    center.registerHotKey({kKeyA, kControlOption, "⌃⌥A"}, [&office] { ++office; });
+
+    OtherXClient layout(x.display());
+    ASSERT_TRUE(layout.swapKeys(XK_a, XK_q));
+    // xdotool looks "a" up in the new layout, so it presses the key that now carries it.
+    EXPECT_TRUE(waitFor([&] {
+        type(QStringLiteral("ctrl+alt+a"));
+        return waitFor([&] { return office > 0; }, 200);
+    })) << "the grab stayed on the key that carried A before";
+    waitFor([] { return false; }, 300); // a retried press may still be on its way
+    const int before = office;
+    type(QStringLiteral("ctrl+alt+q")); // the key that used to carry A
+    waitFor([] { return false; }, 300);
+    EXPECT_EQ(office, before);
+}
+
 TEST(X11HotKeysWithoutServer, EveryRegistrationIsRefusedQuietly) {
     auto backend = std::make_unique<X11HotKeyBackend>(":9999");
     EXPECT_FALSE(backend->isConnected());
