@@ -15,13 +15,6 @@ constexpr double kFallbackRate = 44100.0;
 constexpr std::chrono::milliseconds kConnectTimeout(1000);
 constexpr int kReconnectIntervalMs = 1000;
 
-std::uint32_t indexOf(AudioDeviceID device) {
-    return device == 0 ? PA_INVALID_INDEX : device - 1;
-}
-AudioDeviceID idOf(std::uint32_t index) {
-    return index + 1;
-}
-
 bool isOwnName(const std::string& name) {
     const std::string own = PulseAudioSystem::kSinkName;
     // A server that already holds the name hands out NAME.2, NAME.3 and so on.
@@ -31,6 +24,11 @@ bool isOwnName(const std::string& name) {
 bool mentionsOwnSink(const PulseConnection::Module& module) {
     return module.argument.find(PulseAudioSystem::kSinkName) != std::string::npos ||
            module.argument.find(PulseAudioSystem::kMarkerProperty) != std::string::npos;
+}
+
+// The loopback's sink argument, also how a member's loopback is recognised among the modules.
+std::string loopbackSinkArgument(const std::string& sinkName) {
+    return " sink=" + moduleargs::quote(sinkName);
 }
 
 const Sink* findByName(const std::vector<Sink>& sinks, const std::string& name) {
@@ -83,6 +81,7 @@ void PulseAudioSystem::onServerEvent(PulseConnection::Event event) {
 
 void PulseAudioSystem::notifyListener() {
     m_changePending = false;
+    heal();
     if (m_listener)
         m_listener();
 }
@@ -92,6 +91,13 @@ void PulseAudioSystem::tryReconnect() {
         return;
     m_reconnectTimer.stop();
     notifyListener();
+}
+
+std::optional<PulseConnection::Sink> PulseAudioSystem::sinkOf(AudioDeviceID device) {
+    const auto name = m_ids.nameOf(device);
+    if (!name)
+        return std::nullopt;
+    return m_connection.sink(*name);
 }
 
 void PulseAudioSystem::setDeviceListListener(std::function<void()> listener) {
@@ -104,7 +110,7 @@ std::vector<AudioOutputDevice> PulseAudioSystem::outputDevices() {
         if (isOwnSink(sink))
             continue;
         AudioOutputDevice device;
-        device.id = idOf(sink.index);
+        device.id = m_ids.idFor(sink.name, sink.index);
         device.uid = sink.name;
         device.name = sink.description.empty() ? "Unbekannt" : sink.description;
         device.transport = sinkTransport({sink.name, sink.properties, sink.portNames});
@@ -115,7 +121,7 @@ std::vector<AudioOutputDevice> PulseAudioSystem::outputDevices() {
 }
 
 std::optional<float> PulseAudioSystem::volume(AudioDeviceID device) {
-    const auto sink = m_connection.sink(indexOf(device));
+    const auto sink = sinkOf(device);
     if (!sink || sink->volume.channels == 0)
         return std::nullopt;
     const double level = static_cast<double>(pa_cvolume_max(&sink->volume)) / PA_VOLUME_NORM;
@@ -123,7 +129,7 @@ std::optional<float> PulseAudioSystem::volume(AudioDeviceID device) {
 }
 
 bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
-    const auto sink = m_connection.sink(indexOf(device));
+    const auto sink = sinkOf(device);
     if (!sink)
         return false;
     const auto target = static_cast<pa_volume_t>(
@@ -142,7 +148,7 @@ double PulseAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devi
     // multi-output sink runs at the highest member rate and nothing is lost on the best device.
     std::uint32_t best = 0;
     for (const auto device : devices)
-        if (const auto sink = m_connection.sink(indexOf(device)))
+        if (const auto sink = sinkOf(device))
             best = std::max(best, sink->rate);
     return best == 0 ? kFallbackRate : static_cast<double>(best);
 }
@@ -156,11 +162,22 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
     if (devices.empty())
         return std::nullopt;
     destroyExistingMultiOutput();
+    std::vector<std::string> uids;
+    for (const auto& device : devices)
+        uids.push_back(device.uid);
+    MultiOutputRecipe recipe{std::move(uids), extraLatencyFrames, kFallbackRate};
+    const auto ownSink = build(recipe);
+    if (!ownSink)
+        return std::nullopt;
+    m_liveMultiOutput = std::move(recipe);
+    return m_ids.idFor(ownSink->name, ownSink->index);
+}
 
+std::optional<PulseConnection::Sink> PulseAudioSystem::build(MultiOutputRecipe& recipe) {
     auto sinks = m_connection.sinks();
     std::vector<Sink> members;
-    for (const auto& device : devices)
-        if (const auto* sink = findByName(sinks, device.uid); sink && !isOwnSink(*sink))
+    for (const auto& uid : recipe.memberUIDs)
+        if (const auto* sink = findByName(sinks, uid); sink && !isOwnSink(*sink))
             members.push_back(*sink);
     if (members.empty()) {
         reportFailure("finding the devices", PA_ERR_NOENTITY);
@@ -175,14 +192,14 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
         m_realDefault = real;
     }
 
-    std::vector<AudioDeviceID> ids;
+    std::uint32_t highest = 0;
     for (const auto& member : members)
-        ids.push_back(idOf(member.index));
-    const double rate = commonSampleRate(ids);
+        highest = std::max(highest, member.rate);
+    recipe.rate = highest == 0 ? kFallbackRate : static_cast<double>(highest);
 
     const std::string nullSinkArgs =
         "sink_name=" + moduleargs::quote(kSinkName) +
-        " rate=" + std::to_string(static_cast<long>(rate)) + " sink_properties=" +
+        " rate=" + std::to_string(static_cast<long>(recipe.rate)) + " sink_properties=" +
         moduleargs::quoteProperties({{"device.description", kDescription},
                                      {kMarkerProperty, "multioutput"},
                                      {kPreviousDefaultProperty, real}});
@@ -205,32 +222,75 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
     const Sink ownSink = *own;
 
     for (const auto& member : members) {
-        double delayMs = 0;
-        if (auto frames = extraLatencyFrames.find(member.name);
-            frames != extraLatencyFrames.end() && frames->second >= 1)
-            delayMs = frames->second / rate * 1000.0;
-        const auto latencyMs = std::lround(kBaseLatencyMs + delayMs);
-        const std::vector<std::pair<std::string, std::string>> marker{
-            {kMarkerProperty, "loopback"}};
-        auto inputProperties = marker;
-        inputProperties.push_back(
-            {"media.name", std::string(kDescription) + " → " +
-                               (member.description.empty() ? member.name : member.description)});
-        const std::string args =
-            "source=" + moduleargs::quote(ownSink.name + ".monitor") +
-            " sink=" + moduleargs::quote(member.name) +
-            " latency_msec=" + std::to_string(latencyMs) +
-            " source_dont_move=true sink_dont_move=true" +
-            " sink_input_properties=" + moduleargs::quoteProperties(inputProperties) +
-            " source_output_properties=" + moduleargs::quoteProperties(marker);
-        if (!m_connection.loadModule("module-loopback", args)) {
+        if (!loadLoopback(recipe, ownSink, member)) {
             const int error = m_connection.lastError();
-            destroyExistingMultiOutput();
+            removeOwnSinks({ownSink});
             reportFailure("module-loopback", error);
             return std::nullopt;
         }
     }
-    return idOf(ownSink.index);
+    return ownSink;
+}
+
+bool PulseAudioSystem::loadLoopback(const MultiOutputRecipe& recipe, const Sink& ownSink,
+                                    const Sink& member) {
+    double delayMs = 0;
+    if (auto frames = recipe.extraLatencyFrames.find(member.name);
+        frames != recipe.extraLatencyFrames.end() && frames->second >= 1)
+        delayMs = frames->second / recipe.rate * 1000.0;
+    const auto latencyMs = std::lround(kBaseLatencyMs + delayMs);
+    const std::vector<std::pair<std::string, std::string>> marker{{kMarkerProperty, "loopback"}};
+    auto inputProperties = marker;
+    inputProperties.push_back(
+        {"media.name", std::string(kDescription) + " → " +
+                           (member.description.empty() ? member.name : member.description)});
+    const std::string args =
+        "source=" + moduleargs::quote(ownSink.name + ".monitor") +
+        loopbackSinkArgument(member.name) + " latency_msec=" + std::to_string(latencyMs) +
+        " source_dont_move=true sink_dont_move=true" +
+        " sink_input_properties=" + moduleargs::quoteProperties(inputProperties) +
+        " source_output_properties=" + moduleargs::quoteProperties(marker);
+    return m_connection.loadModule("module-loopback", args).has_value();
+}
+
+void PulseAudioSystem::heal() {
+    if (!m_liveMultiOutput || !m_connection.isConnected())
+        return;
+    const auto sinks = m_connection.sinks();
+    const auto own =
+        std::find_if(sinks.begin(), sinks.end(), [](const Sink& s) { return s.name == kSinkName; });
+    if (own == sinks.end()) {
+        // The device died with the server while the controller still holds it: bring it back
+        // under its old name, and so its old id, as the default output.
+        const bool anyMember =
+            std::any_of(m_liveMultiOutput->memberUIDs.begin(), m_liveMultiOutput->memberUIDs.end(),
+                        [&](const std::string& uid) { return findByName(sinks, uid) != nullptr; });
+        if (!anyMember)
+            return; // the server is back, its devices are not yet
+        MultiOutputRecipe recipe = std::move(*m_liveMultiOutput);
+        // Stray loopbacks of a half-built one go first.
+        destroyExistingMultiOutput();
+        if (const auto rebuilt = build(recipe)) {
+            m_connection.setDefaultSink(rebuilt->name);
+            m_liveMultiOutput = std::move(recipe);
+        }
+        return;
+    }
+    // A member that went away lost its loopback with it; now that it is back it plays again,
+    // as it would in a Core Audio aggregate device.
+    const auto modules = m_connection.modules();
+    for (const auto& uid : m_liveMultiOutput->memberUIDs) {
+        const auto* member = findByName(sinks, uid);
+        if (!member)
+            continue;
+        const auto argument = loopbackSinkArgument(uid);
+        const bool playing = std::any_of(modules.begin(), modules.end(), [&](const auto& m) {
+            return m.name == "module-loopback" && mentionsOwnSink(m) &&
+                   m.argument.find(argument + " ") != std::string::npos;
+        });
+        if (!playing)
+            loadLoopback(*m_liveMultiOutput, *own, *member);
+    }
 }
 
 std::string PulseAudioSystem::realDefault(const std::vector<Sink>& sinks) {
@@ -256,6 +316,7 @@ std::string PulseAudioSystem::realDefault(const std::vector<Sink>& sinks) {
 }
 
 void PulseAudioSystem::destroyExistingMultiOutput() {
+    m_liveMultiOutput.reset();
     std::vector<Sink> own;
     for (const auto& sink : m_connection.sinks())
         if (isOwnSink(sink))
@@ -264,9 +325,13 @@ void PulseAudioSystem::destroyExistingMultiOutput() {
 }
 
 void PulseAudioSystem::removeDevice(AudioDeviceID device) {
-    const auto sink = m_connection.sink(indexOf(device));
-    if (sink && isOwnSink(*sink))
+    const auto sink = sinkOf(device);
+    if (sink && isOwnSink(*sink)) {
+        m_liveMultiOutput.reset();
         removeOwnSinks({*sink});
+    } else if (!sink && m_ids.nameOf(device) == kSinkName) {
+        m_liveMultiOutput.reset(); // gone with a server that is not back yet: never bring it back
+    }
 }
 
 void PulseAudioSystem::removeOwnSinks(const std::vector<Sink>& own) {
@@ -305,13 +370,12 @@ AudioDeviceID PulseAudioSystem::defaultOutputDevice() {
     const auto name = m_connection.defaultSinkName();
     if (!name)
         return 0;
-    const auto sinks = m_connection.sinks();
-    const auto* sink = findByName(sinks, *name);
-    return sink ? idOf(sink->index) : 0;
+    const auto sink = m_connection.sink(*name);
+    return sink ? m_ids.idFor(sink->name, sink->index) : 0;
 }
 
 std::int32_t PulseAudioSystem::setDefaultOutputDevice(AudioDeviceID device) {
-    const auto sink = m_connection.sink(indexOf(device));
+    const auto sink = sinkOf(device);
     if (!sink)
         return PA_ERR_NOENTITY;
     if (!m_connection.setDefaultSink(sink->name))
@@ -322,5 +386,6 @@ std::int32_t PulseAudioSystem::setDefaultOutputDevice(AudioDeviceID device) {
 }
 
 void PulseAudioSystem::unmute(AudioDeviceID device) {
-    m_connection.setSinkMute(indexOf(device), false);
+    if (const auto sink = sinkOf(device))
+        m_connection.setSinkMute(sink->index, false);
 }

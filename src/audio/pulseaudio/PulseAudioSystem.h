@@ -2,6 +2,7 @@
 
 #include "AudioSystem.h"
 #include "PulseConnection.h"
+#include "SinkIDs.h"
 
 #include <QObject>
 #include <QTimer>
@@ -11,10 +12,10 @@
 
 // The audio system on a PulseAudio server or PipeWire's pipewire-pulse, through libpulse.
 //
-// Device ids are sink indices plus one (the controller reads id 0 as "none", and PulseAudio's
-// first sink has index 0); uids are sink names. The multi-output device is a null sink, and each
-// member device plays its monitor through its own loopback, whose latency carries that device's
-// delay and whose adaptive resampling holds the device to the null sink's clock.
+// Device ids stay with sink names (see SinkIDs); uids are sink names. The multi-output device is a
+// null sink, and each member device plays its monitor through its own loopback, whose latency
+// carries that device's delay and whose adaptive resampling holds the device to the null sink's
+// clock.
 //
 // Lives on the main thread, which needs a running Qt event loop: server events and reconnects
 // arrive through it.
@@ -55,6 +56,21 @@ public:
     static bool isOwnSink(const PulseConnection::Sink& sink);
 
 private:
+    // What the multi-output device is made of, by sink name, so it can be made again.
+    struct MultiOutputRecipe {
+        std::vector<std::string> memberUIDs;
+        std::map<std::string, double> extraLatencyFrames;
+        double rate; // the null sink's, set when it is built
+    };
+
+    std::optional<PulseConnection::Sink> sinkOf(AudioDeviceID device);
+    // Loads the null sink and a loopback per present member; the null sink, absent on failure.
+    std::optional<PulseConnection::Sink> build(MultiOutputRecipe& recipe);
+    bool loadLoopback(const MultiOutputRecipe& recipe, const PulseConnection::Sink& ownSink,
+                      const PulseConnection::Sink& member);
+    // While the controller holds the multi-output device, keeps it whole: after a server restart
+    // it comes back, and a member that returns plays again.
+    void heal();
     void onServerEvent(PulseConnection::Event event);
     void notifyListener();
     void tryReconnect();
@@ -68,5 +84,8 @@ private:
     std::function<void()> m_listener;
     std::atomic<bool> m_changePending{false};
     std::string m_realDefault; // the default output the multi-output device stands in for
+    SinkIDs m_ids;
+    // The multi-output device as last created, while it is meant to exist.
+    std::optional<MultiOutputRecipe> m_liveMultiOutput;
     PulseConnection m_connection;
 };

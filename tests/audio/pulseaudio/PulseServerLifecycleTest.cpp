@@ -11,6 +11,7 @@
 
 #include <csignal>
 #include <memory>
+#include <set>
 
 namespace {
 
@@ -81,27 +82,99 @@ TEST_F(PulseServerLifecycle, WithoutAServerThereAreNoDevicesUntilItComes) {
     EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
 }
 
-TEST_F(PulseServerLifecycle, AServerRestartWhileActiveEndsWithAConsistentDeviceList) {
+TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDeviceBack) {
     ASSERT_TRUE(server.start());
+    const std::string userDefault = server.defaultSink();
     PulseAudioSystem audio;
     MultiOutputController controller(audio);
+    const auto idsBefore = controller.devices();
     select(controller, {"usb_dac", "bt_speaker"});
     controller.activate();
     ASSERT_TRUE(controller.isActive());
 
     server.stop();
     EXPECT_TRUE(waitUntil([&] { return controller.devices().empty(); }, 3000));
-    ASSERT_TRUE(server.start());
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
-    EXPECT_TRUE(audio.isConnected());
+    // A device plugged in first on the new server takes the index another device had before.
+    ASSERT_TRUE(server.start(false));
+    ASSERT_GE(server.loadSink("newcomer", "Neuling", "device.bus=usb"), 0);
+    for (const char* name : {"bt_speaker", "usb_dac", "builtin_speakers", "hdmi_monitor"})
+        ASSERT_GE(server.loadSink(name, name), 0);
+    ASSERT_TRUE(waitUntil([&] { return controller.devices().size() == 5; }, 3000));
 
-    // The old multi-output device died with the old server; switching off and on again works.
-    controller.deactivate();
-    select(controller, {"usb_dac"});
-    controller.activate();
+    // Same devices, same ids: the user's selection and delays still mean the same speakers.
+    std::set<AudioDeviceID> ids;
+    for (const auto& device : controller.devices()) {
+        ids.insert(device.id);
+        for (const auto& before : idsBefore) {
+            if (before.uid == device.uid) {
+                EXPECT_EQ(before.id, device.id) << device.uid;
+            }
+        }
+    }
+    EXPECT_EQ(ids.size(), 5u) << "the newcomer got an id of its own";
+
+    // The controller still says active, and it is: the device is back as the default output,
+    // with a loopback per member.
     EXPECT_TRUE(controller.isActive());
+    EXPECT_EQ(server.defaultSink(), PulseAudioSystem::kSinkName);
+    int loopbacks = 0;
+    for (const auto& line : server.modules())
+        loopbacks += line.contains("module-loopback");
+    EXPECT_EQ(loopbacks, 2);
+
+    controller.deactivate();
+    EXPECT_EQ(server.defaultSink(), userDefault);
+    EXPECT_EQ(brivelloLeftovers(), 0);
+}
+
+TEST_F(PulseServerLifecycle, AMemberUnpluggedWhileActivePlaysAgainWhenItReturns) {
+    ASSERT_TRUE(server.start());
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    select(controller, {"usb_dac", "bt_speaker"});
+    controller.activate();
+    ASSERT_TRUE(controller.isActive());
+    const auto loopbacks = [&] {
+        int count = 0;
+        for (const auto& line : server.modules())
+            count += line.contains("module-loopback");
+        return count;
+    };
+    ASSERT_EQ(loopbacks(), 2);
+
+    for (const auto& line : server.modules())
+        if (line.contains("sink_name=usb_dac"))
+            server.pactl({"unload-module", line.split('\t').value(0)});
+    EXPECT_TRUE(waitUntil([&] { return loopbacks() == 1; }, 3000));
+    EXPECT_TRUE(controller.isActive());
+
+    // A device that was never a member stays out; the member that comes back plays again.
+    ASSERT_GE(server.loadSink("usb_stick", "USB-Stick", "device.bus=usb"), 0);
+    ASSERT_GE(server.loadSink("usb_dac", "USB DAC", "device.bus=usb"), 0);
+    EXPECT_TRUE(waitUntil([&] { return loopbacks() == 2; }, 3000));
+    waitUntil([] { return false; }, 300);
+    EXPECT_EQ(loopbacks(), 2);
+    EXPECT_EQ(server.defaultSink(), PulseAudioSystem::kSinkName);
+
     controller.teardown();
     EXPECT_EQ(brivelloLeftovers(), 0);
+}
+
+TEST_F(PulseServerLifecycle, SwitchedOffWhileTheServerIsGoneStaysOffWhenItReturns) {
+    ASSERT_TRUE(server.start());
+    PulseAudioSystem audio;
+    MultiOutputController controller(audio);
+    select(controller, {"usb_dac"});
+    controller.activate();
+    ASSERT_TRUE(controller.isActive());
+
+    server.stop();
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().empty(); }, 3000));
+    controller.deactivate();
+    ASSERT_TRUE(server.start());
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
+    EXPECT_EQ(brivelloLeftovers(), 0);
+    EXPECT_NE(server.defaultSink(), PulseAudioSystem::kSinkName);
 }
 
 TEST_F(PulseServerLifecycle, AHungServerCostsSecondsNotTheApplication) {
