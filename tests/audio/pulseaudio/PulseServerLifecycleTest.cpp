@@ -42,6 +42,13 @@ protected:
         return count;
     }
 
+    int loopbacks() {
+        int count = 0;
+        for (const auto& line : server.modules())
+            count += line.contains("module-loopback");
+        return count;
+    }
+
     // A long tone, as a music player would keep playing: to the default sink, or pinned to one.
     void startStream(QProcess& player, int seconds, const QString& device = {}) {
         const QString pin = device.isEmpty() ? QString() : " --device=" + device;
@@ -117,10 +124,7 @@ TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDevice
     // with a loopback per member.
     EXPECT_TRUE(controller.isActive());
     EXPECT_EQ(server.defaultSink(), PulseAudioSystem::kSinkName);
-    int loopbacks = 0;
-    for (const auto& line : server.modules())
-        loopbacks += line.contains("module-loopback");
-    EXPECT_EQ(loopbacks, 2);
+    EXPECT_EQ(loopbacks(), 2);
 
     controller.deactivate();
     EXPECT_EQ(server.defaultSink(), userDefault);
@@ -134,12 +138,6 @@ TEST_F(PulseServerLifecycle, AMemberUnpluggedWhileActivePlaysAgainWhenItReturns)
     select(controller, {"usb_dac", "bt_speaker"});
     controller.activate();
     ASSERT_TRUE(controller.isActive());
-    const auto loopbacks = [&] {
-        int count = 0;
-        for (const auto& line : server.modules())
-            count += line.contains("module-loopback");
-        return count;
-    };
     ASSERT_EQ(loopbacks(), 2);
 
     for (const auto& line : server.modules())
