@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
 # A private, headless PulseAudio for tests and benchmarks that never touches the user's server.
 #
-#   private-sound-server.sh start <dir> [--with-devices]   starts it, prints `export` lines
-#   private-sound-server.sh stop <dir>                     ends it by its process id
+#   private-sound-server.sh start <dir> [--with-devices] [--owner PID]
+#                                      starts it, prints `export` lines
+#   private-sound-server.sh stop <dir> ends it by its process id
 #
 # Everything lives in <dir>: home, config, runtime and state directories, the unix socket
 # <dir>/native (anonymous auth), a client.conf without autospawn, the log and the pid.
 # --with-devices adds four typed null sinks: Bluetooth, USB, built-in and HDMI.
+# --owner PID ends the server once that process is gone, so a test that crashes leaves none behind.
 set -euo pipefail
 
 usage() {
-    echo "usage: $0 start <dir> [--with-devices] | stop <dir>" >&2
+    echo "usage: $0 start <dir> [--with-devices] [--owner PID] | stop <dir>" >&2
     exit 2
 }
 
@@ -29,7 +31,7 @@ typed_sink() {
 }
 
 start() {
-    local dir=$1 with_devices=$2
+    local dir=$1 with_devices=$2 owner=$3
     mkdir -p "$dir"
     dir=$(cd "$dir" && pwd)
     mkdir -p "$dir/home" "$dir/config/pulse" "$dir/runtime" "$dir/state"
@@ -58,6 +60,12 @@ start() {
     ) &
     local pid=$!
     echo "$pid" >"$dir/pid"
+    if [[ -n $owner ]]; then
+        (
+            while kill -0 "$owner" 2>/dev/null && kill -0 "$pid" 2>/dev/null; do sleep 1; done
+            kill "$pid" 2>/dev/null || true
+        ) </dev/null >/dev/null 2>&1 &
+    fi
 
     # Ready when a client gets an answer; typically ~0.1 s.
     local i
@@ -95,9 +103,21 @@ stop() {
 [[ $# -ge 2 ]] || usage
 case $1 in
 start)
-    with_devices=no
-    [[ ${3:-} == --with-devices ]] && with_devices=yes
-    start "$2" "$with_devices"
+    dir=$2 with_devices=no owner=
+    shift 2
+    while [[ $# -gt 0 ]]; do
+        case $1 in
+        --with-devices) with_devices=yes ;;
+        --owner)
+            [[ $# -ge 2 ]] || usage
+            owner=$2
+            shift
+            ;;
+        *) usage ;;
+        esac
+        shift
+    done
+    start "$dir" "$with_devices" "$owner"
     ;;
 stop) stop "$2" ;;
 *) usage ;;

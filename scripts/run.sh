@@ -24,7 +24,7 @@ if PULSE_CLIENTCONFIG="$work/probe.conf" pactl info >/dev/null 2>&1; then
     echo "Brivello uses the running sound server."
 else
     echo "No sound server is running: starting a private one with four virtual speakers."
-    eval "$(./scripts/private-sound-server.sh start "$work/sound" --with-devices)"
+    eval "$(./scripts/private-sound-server.sh start "$work/sound" --with-devices --owner $$)"
     pactl list short sinks
 fi
 

@@ -1,5 +1,6 @@
 #include "PrivateSoundServer.h"
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -22,6 +23,8 @@ bool PrivateSoundServer::start(bool withDevices) {
     QStringList arguments{QStringLiteral("start"), m_dir->path()};
     if (withDevices)
         arguments << QStringLiteral("--with-devices");
+    // A test that dies before its destructor runs must not leave its server running.
+    arguments << QStringLiteral("--owner") << QString::number(QCoreApplication::applicationPid());
     script.start(kScript, arguments);
     if (!script.waitForFinished(10000) || script.exitCode() != 0)
         return false;
