@@ -16,7 +16,7 @@ packages=(
   # build
   build-essential cmake ninja-build pkg-config libgtest-dev
   qt6-base-dev libpulse-dev nlohmann-json3-dev
-  libxcb1-dev libxcb-keysyms1-dev x11proto-dev
+  libxcb1-dev libxcb-keysyms1-dev libxcb-xkb-dev x11proto-dev
   # run and test: a private sound server, a virtual X display, key injection, sound analysis
   pulseaudio pulseaudio-utils xvfb xauth xdotool x11-utils sox
 )

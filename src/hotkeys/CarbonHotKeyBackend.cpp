@@ -16,11 +16,22 @@ OSStatus hotKeyPressed(EventHandlerCallRef, EventRef event, void* userData) {
 
 } // namespace
 
+CarbonHotKeyBackend::~CarbonHotKeyBackend() {
+    if (m_installed)
+        RemoveEventHandler(static_cast<EventHandlerRef>(m_installed));
+}
+
 HotKeyBackend::Status CarbonHotKeyBackend::installEventHandler(Handler handler) {
     m_handler = std::move(handler);
+    if (m_installed)
+        return noErr; // the one handler reads m_handler, which now holds the new one
     const EventTypeSpec type{kEventClassKeyboard, kEventHotKeyPressed};
-    return InstallEventHandler(GetApplicationEventTarget(), NewEventHandlerUPP(hotKeyPressed), 1,
-                               &type, &m_handler, nullptr);
+    EventHandlerRef installed = nullptr;
+    const OSStatus status =
+        InstallEventHandler(GetApplicationEventTarget(), NewEventHandlerUPP(hotKeyPressed), 1,
+                            &type, &m_handler, &installed);
+    m_installed = installed;
+    return status;
 }
 
 HotKeyBackend::Status CarbonHotKeyBackend::registerEventHotKey(std::uint32_t keyCode,

@@ -8,6 +8,10 @@
 #include <X11/keysymdef.h>
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
+// xkb.h names a member "explicit"; C++ needs another spelling while it is read.
+#define explicit explicit_
+#include <xcb/xkb.h>
+#undef explicit
 
 #include <cstdlib>
 #include <memory>
@@ -42,6 +46,27 @@ X11HotKeyBackend::X11HotKeyBackend(const char* display, QObject* parent) : QObje
     m_keySymbols = xcb_key_symbols_alloc(m_connection);
 
     m_numLockMask = readNumLockMask();
+
+    // A held key repeats as press after press (and, without this, release after release):
+    // asked for detectable auto-repeat, the server sends one release at the very end, so a held
+    // combination counts as one press. A client using XKB hears of layout changes through XKB
+    // only, so it asks for those too.
+    if (XcbReply<xcb_xkb_use_extension_reply_t> xkb{xcb_xkb_use_extension_reply(
+            m_connection, xcb_xkb_use_extension(m_connection, 1, 0), nullptr)};
+        xkb && xkb->supported) {
+        m_xkbEvent = xcb_get_extension_data(m_connection, &xcb_xkb_id)->first_event;
+        const std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+        std::free(xcb_xkb_per_client_flags_reply(
+            m_connection,
+            xcb_xkb_per_client_flags(m_connection, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0),
+            nullptr));
+        const std::uint16_t events =
+            XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+        const std::uint16_t allMapParts = 0xFF;
+        xcb_xkb_select_events(m_connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, allMapParts,
+                              allMapParts, nullptr);
+        xcb_flush(m_connection);
+    }
 
     m_notifier =
         new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
@@ -126,6 +151,8 @@ HotKeyBackend::Status X11HotKeyBackend::registerEventHotKey(std::uint32_t keyCod
     outRef = 0;
     if (!m_connection)
         return eventHotKeyInvalidErr;
+    // Waiting for the server's replies below may queue key events the socket will not announce.
+    QMetaObject::invokeMethod(this, &X11HotKeyBackend::readEvents, Qt::QueuedConnection);
     const auto keySym = x11KeySym(keyCode);
     if (!keySym)
         return paramErr;
@@ -140,8 +167,6 @@ HotKeyBackend::Status X11HotKeyBackend::registerEventHotKey(std::uint32_t keyCod
         return eventHotKeyExistsErr;
     outRef = m_nextRef++;
     m_grabs[outRef] = grab;
-    // Waiting for the grab replies may have queued key events the socket will not announce.
-    QMetaObject::invokeMethod(this, &X11HotKeyBackend::readEvents, Qt::QueuedConnection);
     return 0;
 }
 
@@ -167,6 +192,18 @@ void X11HotKeyBackend::readEvents() {
             mappingChanged |= mapping->request != XCB_MAPPING_POINTER;
             continue;
         }
+        if (m_xkbEvent != 0 && type == m_xkbEvent) {
+            // Only keyboard and keymap changes were asked for: read the symbols afresh.
+            xcb_key_symbols_free(m_keySymbols);
+            m_keySymbols = xcb_key_symbols_alloc(m_connection);
+            mappingChanged = true;
+            continue;
+        }
+        if (type == XCB_KEY_RELEASE) {
+            const auto* release = reinterpret_cast<const xcb_key_release_event_t*>(event.get());
+            m_heldKeys.erase(release->detail);
+            continue;
+        }
         if (type != XCB_KEY_PRESS)
             continue;
         const auto* press = reinterpret_cast<const xcb_key_press_event_t*>(event.get());
@@ -174,6 +211,8 @@ void X11HotKeyBackend::readEvents() {
         const std::uint16_t modifiers = press->state & ~locks & 0xFF;
         for (const auto& [ref, grab] : m_grabs) {
             if (grab.keycode == press->detail && grab.modifiers == modifiers) {
+                if (!m_heldKeys.insert(press->detail).second)
+                    break;                   // the key is held down: a repeat, not another press
                 const HotKeyID id = grab.id; // the handler may unregister this very grab
                 if (m_handler)
                     m_handler(id);
@@ -182,8 +221,11 @@ void X11HotKeyBackend::readEvents() {
         }
     }
     // A layout switch sends a burst of notifications: the grabs move once, after all of them.
-    if (mappingChanged)
+    if (mappingChanged) {
         regrabAfterMappingChange();
+        // Its waits on the server may have queued key events the socket will not announce.
+        QMetaObject::invokeMethod(this, &X11HotKeyBackend::readEvents, Qt::QueuedConnection);
+    }
     if (xcb_connection_has_error(m_connection))
         m_notifier->setEnabled(false); // the server went away; the keys are gone with it
 }

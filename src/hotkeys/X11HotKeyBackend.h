@@ -6,6 +6,7 @@
 
 #include <array>
 #include <map>
+#include <set>
 
 struct xcb_connection_t;
 struct _XCBKeySymbols;
@@ -56,8 +57,10 @@ private:
     _XCBKeySymbols* m_keySymbols = nullptr;
     std::uint32_t m_root = 0;
     std::uint16_t m_numLockMask = 0;
+    std::uint8_t m_xkbEvent = 0; // the XKB extension's event code, 0 without XKB
     QSocketNotifier* m_notifier = nullptr;
     Handler m_handler;
     std::map<Ref, Grab> m_grabs;
+    std::set<std::uint8_t> m_heldKeys; // grabbed keys pressed and not yet released
     Ref m_nextRef = 1;
 };
