@@ -4,6 +4,7 @@
 #include <QSocketNotifier>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -17,8 +18,17 @@ int g_pipe[2] = {-1, -1};
 constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
 
 extern "C" void forwardSignal(int signal) {
+    const int interrupted = errno; // the interrupted code may be about to read it
     const char byte = static_cast<char>(signal);
     [[maybe_unused]] auto written = ::write(g_pipe[0], &byte, 1);
+    errno = interrupted;
+}
+
+// Started under nohup, a hang-up is meant to be ignored, and stays so.
+bool inheritedAsIgnored(int signal) {
+    struct sigaction current {};
+    return signal == SIGHUP && ::sigaction(signal, nullptr, &current) == 0 &&
+           current.sa_handler == SIG_IGN;
 }
 
 } // namespace
@@ -40,14 +50,18 @@ TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent) {
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
     for (int signal : kSignals)
-        ::sigaction(signal, &action, nullptr);
+        if (!inheritedAsIgnored(signal))
+            ::sigaction(signal, &action, nullptr);
 }
 
 TerminationSignals::~TerminationSignals() {
     if (!m_notifier)
         return;
-    for (int signal : kSignals)
-        ::signal(signal, SIG_DFL);
+    for (int signal : kSignals) {
+        struct sigaction current {};
+        if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == forwardSignal)
+            ::signal(signal, SIG_DFL);
+    }
     ::close(g_pipe[0]);
     ::close(g_pipe[1]);
     g_pipe[0] = g_pipe[1] = -1;

@@ -65,15 +65,14 @@ bool MultiOutputController::canActivate() const {
 }
 
 void MultiOutputController::refresh() {
-    auto list = m_audio.outputDevices();
-    m_devices = std::move(list);
-    emit devicesChanged();
+    m_devices = m_audio.outputDevices();
 
     std::set<AudioDeviceID> present;
     for (const auto& device : m_devices)
         if (m_selected.contains(device.id))
             present.insert(device.id);
-    setSelected(std::move(present));
+    const bool selectionShrank = present.size() != m_selected.size();
+    m_selected = std::move(present);
 
     // Settings of devices that went away are kept, so they come back with the device.
     bool volumesAdded = false;
@@ -83,14 +82,18 @@ void MultiOutputController::refresh() {
             m_volumes[device.id] = m_audio.volume(device.id).value_or(1.0f);
             volumesAdded = true;
         }
-    }
-    for (const auto& device : m_devices) {
         if (!m_delaysMs.contains(device.id)) {
             const bool bluetooth = device.transport == AudioOutputDevice::Transport::bluetooth;
             m_delaysMs[device.id] = bluetooth ? kBluetoothDelayMs : 0.0;
             delaysAdded = true;
         }
     }
+
+    // Announced only once all of it holds, so whoever listens sees every listed device with
+    // its volume and delay and no vanished device selected.
+    emit devicesChanged();
+    if (selectionShrank)
+        emit selectedChanged();
     if (volumesAdded)
         emit volumesChanged();
     if (delaysAdded)

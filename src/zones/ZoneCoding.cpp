@@ -110,7 +110,17 @@ std::string encodeZones(const std::vector<Zone>& zones) {
         list.push_back(std::move(object));
     }
     // Invalid UTF-8 in a name is replaced rather than thrown on: storing must never fail.
-    return list.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const std::string compact = list.dump(-1, ' ', false, Json::error_handler_t::replace);
+    // Foundation's JSON encoder writes "/" as "\/"; the stored bytes are the same on every
+    // platform. Outside strings JSON has no "/", so every one of them is inside one.
+    std::string escaped;
+    escaped.reserve(compact.size());
+    for (const char c : compact) {
+        if (c == '/')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
 }
 
 std::optional<std::vector<Zone>> decodeZones(std::string_view json) {

@@ -293,8 +293,20 @@ TEST_F(Controller, ACommittedDelayRebuildsTheActiveDeviceWithTheNewLatency) {
 TEST_F(Controller, EveryDeviceListNotificationRefreshesOnceInALaterTurn) {
     auto controller = start();
     int refreshes = 0;
-    QObject::connect(controller.get(), &MultiOutputController::devicesChanged,
-                     [&refreshes] { ++refreshes; });
+    bool consistent = true;
+    // Whoever redraws on the announcement sees a whole state: a volume and a delay for every
+    // listed device, nothing selected that is not listed.
+    QObject::connect(controller.get(), &MultiOutputController::devicesChanged, [&] {
+        ++refreshes;
+        std::set<AudioDeviceID> listed;
+        for (const auto& device : controller->devices()) {
+            listed.insert(device.id);
+            consistent = consistent && controller->volumes().contains(device.id) &&
+                         controller->delaysMs().contains(device.id);
+        }
+        for (const auto id : controller->selected())
+            consistent = consistent && listed.contains(id);
+    });
 
     audio.notifyDeviceListChanged();
     audio.notifyDeviceListChanged();
@@ -308,7 +320,9 @@ TEST_F(Controller, EveryDeviceListNotificationRefreshesOnceInALaterTurn) {
     controller->activate();
     deliverNotifications();
     audio.unplug(usb);
+    audio.plug({.uid = "late", .name = "Später"});
     deliverNotifications();
+    EXPECT_TRUE(consistent);
     EXPECT_TRUE(controller->isActive());
     EXPECT_EQ(controller->selected(), std::set<AudioDeviceID>{speakers});
     controller->deactivate();

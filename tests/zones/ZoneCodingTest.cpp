@@ -12,13 +12,13 @@ const QUuid kEmpty = QUuid::fromString(QStringLiteral("00000000-0000-4000-8000-0
 
 TEST(ZoneCoding, WritesTheStoredFormByteForByteAndReadsItBack) {
     const std::vector<Zone> zones{
-        {kOffice, "Büro", {"BuiltInSpeakerDevice", "usb-dac"}, std::nullopt},
+        {kOffice, "Büro/Flur", {"BuiltInSpeakerDevice", "usb-dac"}, std::nullopt},
         {kKitchen, "Küche", {"headset"}, HotKeyCombo{49, 0x1800, "⌃⌥Space"}},
         {kEmpty, "", {}, std::nullopt}};
 
-    // Compact, members in a fixed order, ids in uppercase, UTF-8 kept as it is.
+    // Compact, members in a fixed order, ids in uppercase, UTF-8 kept as it is, "/" escaped.
     const std::string json = encodeZones(zones);
-    EXPECT_EQ(json, R"([{"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","name":"Büro",)"
+    EXPECT_EQ(json, R"([{"id":"E621E1F8-C36C-495A-93FC-0C247A3E6E5F","name":"Büro\/Flur",)"
                     R"("deviceUIDs":["BuiltInSpeakerDevice","usb-dac"]},)"
                     R"({"id":"0B9D3A4E-1F2C-4D5E-8F70-A1B2C3D4E5F6","name":"Küche",)"
                     R"("deviceUIDs":["headset"],)"
