@@ -162,6 +162,8 @@ TEST_F(Controller, ActivationBuildsTheDeviceMakesItTheDefaultAndEverySelectedDev
         audio.plug(device("quiet", "Werkstatt", kAudioDeviceTransportTypeUSB, 0.02f));
     audio.setValue(quiet, CoreAudioStandIn::output(kAudioDevicePropertyMute), std::uint32_t{1},
                    true);
+    const auto volume = CoreAudioStandIn::output(kAudioDevicePropertyVolumeScalar);
+    audio.setValue(usb, volume, 0.05f, true); // quiet, but not too quiet
     auto controller = start();
     for (auto id : {speakers, headset, usb, quiet})
         controller->toggle(id);
@@ -188,13 +190,21 @@ TEST_F(Controller, ActivationBuildsTheDeviceMakesItTheDefaultAndEverySelectedDev
     EXPECT_FALSE(controller->canActivate());
 
     // The silent, muted device is raised to 0.7 and unmuted; the others keep their level.
-    const auto volume = CoreAudioStandIn::output(kAudioDevicePropertyVolumeScalar);
+    const auto mute = CoreAudioStandIn::output(kAudioDevicePropertyMute);
     EXPECT_EQ(audio.value<float>(quiet, volume), 0.7f);
     EXPECT_EQ(controller->volumes().at(quiet), 0.7f);
-    EXPECT_EQ(audio.value<std::uint32_t>(quiet, CoreAudioStandIn::output(kAudioDevicePropertyMute)),
-              0u);
-    EXPECT_EQ(controller->volumes().at(usb), 0.5f);
+    EXPECT_EQ(audio.value<std::uint32_t>(quiet, mute), 0u);
+    EXPECT_EQ(controller->volumes().at(usb), 0.05f);
     EXPECT_TRUE(audio.writesTo(usb, volume).empty());
+
+    // The slider at 0 mutes nothing back, and leaves a muted device muted; above 0 it unmutes.
+    audio.setValue(quiet, mute, std::uint32_t{1}, true);
+    const AudioOutputDevice workshop{quiet, "quiet", "Werkstatt", {}};
+    controller->setVolume(0.0f, workshop);
+    EXPECT_EQ(audio.value<std::uint32_t>(quiet, mute), 1u);
+    controller->setVolume(0.3f, workshop);
+    EXPECT_EQ(audio.value<std::uint32_t>(quiet, mute), 0u);
+    EXPECT_EQ(audio.value<float>(quiet, volume), 0.3f);
 }
 
 TEST_F(Controller, BluetoothOnlySelectionsAreClockedByTheFirstInListOrder) {
