@@ -63,13 +63,13 @@ AudioObjectPropertyAddress apple(const coreaudio::PropertyAddress& address) {
     return {address.selector, address.scope, address.element};
 }
 
-std::string utf8(CFStringRef text) {
+std::optional<std::string> utf8(CFStringRef text) {
     const CFIndex capacity =
         CFStringGetMaximumSizeForEncoding(CFStringGetLength(text), kCFStringEncodingUTF8) + 1;
     std::vector<char> buffer(static_cast<std::size_t>(capacity), '\0');
     if (!CFStringGetCString(text, buffer.data(), capacity, kCFStringEncodingUTF8))
-        return {};
-    return buffer.data();
+        return std::nullopt;
+    return std::string(buffer.data());
 }
 
 // A new CF object (owned by the caller) for the value and everything below it.
