@@ -135,11 +135,20 @@ bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
     const auto target = static_cast<pa_volume_t>(
         std::lround(std::clamp(static_cast<double>(volume), 0.0, 1.0) * PA_VOLUME_NORM));
     pa_cvolume channels = sink->volume;
-    // Scaling the loudest channel keeps the balance between the others.
-    if (channels.channels == 0)
+    // Scaling the loudest channel keeps the balance between the others. At 0 there is no
+    // balance left to scale, so the one it had is kept for the way back up.
+    if (channels.channels == 0) {
         pa_cvolume_set(&channels, 1, target);
-    else
+    } else {
+        if (pa_cvolume_max(&channels) == PA_VOLUME_MUTED) {
+            if (auto kept = m_balances.find(sink->name);
+                kept != m_balances.end() && kept->second.channels == channels.channels)
+                channels = kept->second;
+        } else if (target == PA_VOLUME_MUTED) {
+            m_balances[sink->name] = channels;
+        }
         pa_cvolume_scale(&channels, target);
+    }
     return m_connection.setSinkVolume(sink->index, channels);
 }
 
@@ -270,10 +279,9 @@ void PulseAudioSystem::heal() {
         MultiOutputRecipe recipe = std::move(*m_liveMultiOutput);
         // Stray loopbacks of a half-built one go first.
         destroyExistingMultiOutput();
-        if (const auto rebuilt = build(recipe)) {
+        if (const auto rebuilt = build(recipe))
             m_connection.setDefaultSink(rebuilt->name);
-            m_liveMultiOutput = std::move(recipe);
-        }
+        m_liveMultiOutput = std::move(recipe); // a failed attempt is tried again on the next change
         return;
     }
     // A member that went away lost its loopback with it; now that it is back it plays again,

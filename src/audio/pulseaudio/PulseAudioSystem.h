@@ -85,6 +85,7 @@ private:
     std::atomic<bool> m_changePending{false};
     std::string m_realDefault; // the default output the multi-output device stands in for
     SinkIDs m_ids;
+    std::map<std::string, pa_cvolume> m_balances; // per sink name, while its volume is at 0
     // The multi-output device as last created, while it is meant to exist.
     std::optional<MultiOutputRecipe> m_liveMultiOutput;
     PulseConnection m_connection;

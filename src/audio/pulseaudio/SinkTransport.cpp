@@ -41,10 +41,11 @@ AudioOutputDevice::Transport sinkTransport(const SinkFacts& sink) {
         return Transport::airPlay;
     if (contains(connectors, "hdmi") || formFactor == "tv")
         return Transport::hdmi;
-    if (contains(connectors, "displayport") || contains(connectors, "-dp"))
-        return Transport::displayPort;
+    // A USB device is USB whatever its name says ("-dp" is short enough to occur by chance).
     if (bus == "usb")
         return Transport::usb;
+    if (contains(connectors, "displayport") || contains(connectors, "-dp"))
+        return Transport::displayPort;
     if (formFactor == "internal" || bus == "pci" || bus == "platform")
         return Transport::builtIn;
     // Null, remap, combine and filter sinks either say so or carry no sound-card class at all.

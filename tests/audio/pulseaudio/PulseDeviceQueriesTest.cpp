@@ -71,6 +71,10 @@ TEST_F(PulseDeviceQueries, VolumeMuteAndDefaultAreTheServersOwn) {
     EXPECT_TRUE(audio->setVolume(0.4f, usb.id));
     EXPECT_NE(server.pactl({"get-sink-volume", "usb_dac"}).indexOf("20%"), -1);
     EXPECT_NEAR(*audio->volume(usb.id), 0.4f, 0.01f);
+    // Down to 0 and up again, the balance is still there.
+    EXPECT_TRUE(audio->setVolume(0.0f, usb.id));
+    EXPECT_TRUE(audio->setVolume(0.8f, usb.id));
+    EXPECT_NE(server.pactl({"get-sink-volume", "usb_dac"}).indexOf("40%"), -1);
     // Above 100 % the server may go, Brivello's scale ends at 1.
     server.pactl({"set-sink-volume", "usb_dac", "150%"});
     EXPECT_FLOAT_EQ(*audio->volume(usb.id), 1.0f);

@@ -144,11 +144,13 @@ TEST_F(PulseServerLifecycle, AMemberUnpluggedWhileActivePlaysAgainWhenItReturns)
         if (line.contains("sink_name=usb_dac"))
             server.pactl({"unload-module", line.split('\t').value(0)});
     EXPECT_TRUE(waitUntil([&] { return loopbacks() == 1; }, 3000));
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 3; }, 1000));
     EXPECT_TRUE(controller.isActive());
 
     // A device that was never a member stays out; the member that comes back plays again.
     ASSERT_GE(server.loadSink("usb_stick", "USB-Stick", "device.bus=usb"), 0);
     ASSERT_GE(server.loadSink("usb_dac", "USB DAC", "device.bus=usb"), 0);
+    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 5; }, 1000));
     EXPECT_TRUE(waitUntil([&] { return loopbacks() == 2; }, 3000));
     waitUntil([] { return false; }, 300);
     EXPECT_EQ(loopbacks(), 2);

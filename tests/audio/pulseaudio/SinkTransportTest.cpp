@@ -10,9 +10,10 @@ TEST(SinkTransport, ReadsTheConnectionFromTheSinksProperties) {
               Transport::bluetooth);
     EXPECT_EQ(sinkTransport({"bluez_output.00_11.1", {{"device.bus", "bluetooth"}}, {}}),
               Transport::bluetooth);
-    EXPECT_EQ(sinkTransport(
-                  {"alsa_output.usb-Foo", {{"device.bus", "usb"}, {"device.class", "sound"}}, {}}),
-              Transport::usb);
+    EXPECT_EQ(
+        sinkTransport(
+            {"alsa_output.usb-Foo-dpx", {{"device.bus", "usb"}, {"device.class", "sound"}}, {}}),
+        Transport::usb);
     EXPECT_EQ(sinkTransport({"alsa_output.pci-0000_00_1f.3.analog-stereo",
                              {{"device.bus", "pci"}, {"device.class", "sound"}},
                              {"analog-output-speaker"}}),
