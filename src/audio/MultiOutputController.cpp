@@ -65,6 +65,7 @@ bool MultiOutputController::canActivate() const {
 }
 
 void MultiOutputController::refresh() {
+    const bool couldActivate = canActivate();
     m_devices = m_audio.outputDevices();
 
     std::set<AudioDeviceID> present;
@@ -94,6 +95,8 @@ void MultiOutputController::refresh() {
     emit devicesChanged();
     if (selectionShrank)
         emit selectedChanged();
+    if (couldActivate != canActivate())
+        emit canActivateChanged();
     if (volumesAdded)
         emit volumesChanged();
     if (delaysAdded)
@@ -264,15 +267,21 @@ void MultiOutputController::teardown() {
 }
 
 void MultiOutputController::setSelected(std::set<AudioDeviceID> selected) {
+    const bool couldActivate = canActivate();
     m_selected = std::move(selected);
     emit selectedChanged();
+    if (couldActivate != canActivate())
+        emit canActivateChanged();
 }
 
 void MultiOutputController::setActive(bool active) {
     if (m_isActive == active)
         return;
+    const bool couldActivate = canActivate();
     m_isActive = active;
     emit isActiveChanged();
+    if (couldActivate != canActivate())
+        emit canActivateChanged();
 }
 
 void MultiOutputController::setStatusMessage(std::optional<QString> message) {

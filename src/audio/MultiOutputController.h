@@ -65,6 +65,8 @@ signals:
     void delaysMsChanged();
     void statusMessageChanged();
     void activeZoneIDChanged();
+    // The derived members follow `selected` and `isActive`; this one says when it flips.
+    void canActivateChanged();
 
 private:
     std::optional<AudioOutputDevice> masterDevice() const;

@@ -129,6 +129,9 @@ TEST(ControllerStartUp, RemovesALeftoverBeforeReadingAndGivesEveryDeviceItsFirst
 
 TEST_F(Controller, KeepsAUsersDelayForADeviceThatGoesAwayAndComesBack) {
     auto controller = start();
+    std::vector<bool> canActivate;
+    QObject::connect(controller.get(), &MultiOutputController::canActivateChanged,
+                     [&] { canActivate.push_back(controller->canActivate()); });
     controller->toggle(headset);
     controller->toggle(speakers);
     controller->setDelay(headset, 250);
@@ -155,6 +158,8 @@ TEST_F(Controller, KeepsAUsersDelayForADeviceThatGoesAwayAndComesBack) {
     controller->activate();
     controller->toggle(usb);
     EXPECT_EQ(controller->selected(), std::set<AudioDeviceID>{speakers});
+    // Whoever enables the switch heard each flip, and only the flips.
+    EXPECT_EQ(canActivate, (std::vector<bool>{true, false}));
 }
 
 TEST_F(Controller, ActivationBuildsTheDeviceMakesItTheDefaultAndEverySelectedDeviceAudible) {
