@@ -37,6 +37,15 @@ const Sink* findByName(const std::vector<Sink>& sinks, const std::string& name) 
     return it == sinks.end() ? nullptr : &*it;
 }
 
+// The server tells only each sink's current rate and resamples wherever rates differ, so the
+// multi-output sink runs at the highest member rate and nothing is lost on the best device.
+double highestRate(const std::vector<Sink>& members) {
+    std::uint32_t highest = 0;
+    for (const auto& member : members)
+        highest = std::max(highest, member.rate);
+    return highest == 0 ? kFallbackRate : static_cast<double>(highest);
+}
+
 // The one diagnostic line of a failed creation; `what` is the module that failed to load.
 void reportFailure(const char* what, int error) {
     std::printf("Brivello: %s failed (%d)\n", what, error);
@@ -153,13 +162,11 @@ bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
 }
 
 double PulseAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devices) {
-    // The server tells only each sink's current rate and resamples wherever rates differ, so the
-    // multi-output sink runs at the highest member rate and nothing is lost on the best device.
-    std::uint32_t best = 0;
+    std::vector<Sink> members;
     for (const auto device : devices)
-        if (const auto sink = sinkOf(device))
-            best = std::max(best, sink->rate);
-    return best == 0 ? kFallbackRate : static_cast<double>(best);
+        if (auto sink = sinkOf(device))
+            members.push_back(std::move(*sink));
+    return highestRate(members);
 }
 
 std::optional<AudioDeviceID>
@@ -201,10 +208,7 @@ std::optional<PulseConnection::Sink> PulseAudioSystem::build(MultiOutputRecipe& 
         m_realDefault = real;
     }
 
-    std::uint32_t highest = 0;
-    for (const auto& member : members)
-        highest = std::max(highest, member.rate);
-    recipe.rate = highest == 0 ? kFallbackRate : static_cast<double>(highest);
+    recipe.rate = highestRate(members);
 
     const std::string nullSinkArgs =
         "sink_name=" + moduleargs::quote(kSinkName) +
