@@ -46,27 +46,7 @@ X11HotKeyBackend::X11HotKeyBackend(const char* display, QObject* parent) : QObje
     m_keySymbols = xcb_key_symbols_alloc(m_connection);
 
     m_numLockMask = readNumLockMask();
-
-    // A held key repeats as press after press (and, without this, release after release):
-    // asked for detectable auto-repeat, the server sends one release at the very end, so a held
-    // combination counts as one press. A client using XKB hears of layout changes through XKB
-    // only, so it asks for those too.
-    if (XcbReply<xcb_xkb_use_extension_reply_t> xkb{xcb_xkb_use_extension_reply(
-            m_connection, xcb_xkb_use_extension(m_connection, 1, 0), nullptr)};
-        xkb && xkb->supported) {
-        m_xkbEvent = xcb_get_extension_data(m_connection, &xcb_xkb_id)->first_event;
-        const std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
-        std::free(xcb_xkb_per_client_flags_reply(
-            m_connection,
-            xcb_xkb_per_client_flags(m_connection, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0),
-            nullptr));
-        const std::uint16_t events =
-            XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
-        const std::uint16_t allMapParts = 0xFF;
-        xcb_xkb_select_events(m_connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, allMapParts,
-                              allMapParts, nullptr);
-        xcb_flush(m_connection);
-    }
+    setUpXkb();
 
     m_notifier =
         new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
@@ -86,6 +66,29 @@ X11HotKeyBackend::~X11HotKeyBackend() {
 HotKeyBackend::Status X11HotKeyBackend::installEventHandler(Handler handler) {
     m_handler = std::move(handler);
     return 0;
+}
+
+void X11HotKeyBackend::setUpXkb() {
+    // A held key repeats as press after press (and, without this, release after release):
+    // asked for detectable auto-repeat, the server sends one release at the very end, so a held
+    // combination counts as one press. A client using XKB hears of layout changes through XKB
+    // only, so it asks for those too.
+    XcbReply<xcb_xkb_use_extension_reply_t> xkb{xcb_xkb_use_extension_reply(
+        m_connection, xcb_xkb_use_extension(m_connection, 1, 0), nullptr)};
+    if (!xkb || !xkb->supported)
+        return;
+    m_xkbEvent = xcb_get_extension_data(m_connection, &xcb_xkb_id)->first_event;
+    const std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+    std::free(xcb_xkb_per_client_flags_reply(
+        m_connection,
+        xcb_xkb_per_client_flags(m_connection, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0),
+        nullptr));
+    const std::uint16_t events =
+        XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    const std::uint16_t allMapParts = 0xFF;
+    xcb_xkb_select_events(m_connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, allMapParts,
+                          allMapParts, nullptr);
+    xcb_flush(m_connection);
 }
 
 std::uint16_t X11HotKeyBackend::readNumLockMask() const {

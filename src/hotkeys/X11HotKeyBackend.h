@@ -45,6 +45,7 @@ private:
 
     void readEvents();
     std::array<std::uint16_t, 4> lockVariants() const;
+    void setUpXkb();
     std::uint16_t readNumLockMask() const;
     std::uint8_t keycodeOf(std::uint32_t keySym) const;
     // Grabs every lock variant; false (and nothing left grabbed) when another client holds one.
