@@ -19,6 +19,8 @@ packages=(
   libxcb1-dev libxcb-keysyms1-dev libxcb-xkb-dev x11proto-dev
   # run and test: a private sound server, a virtual X display, key injection, sound analysis
   pulseaudio pulseaudio-utils xvfb xauth xdotool x11-utils sox
+  # the same tests on PipeWire: its daemon, session manager and pulse server, and a bus for them
+  pipewire pipewire-pulse wireplumber dbus-daemon
 )
 
 missing=()

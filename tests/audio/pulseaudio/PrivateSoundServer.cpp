@@ -18,9 +18,15 @@ PrivateSoundServer::~PrivateSoundServer() {
     stop();
 }
 
+bool PrivateSoundServer::isPipeWire() {
+    return qgetenv("BRIVELLO_TEST_SOUND_SERVER") == "pipewire";
+}
+
 bool PrivateSoundServer::start(bool withDevices) {
     QProcess script;
     QStringList arguments{QStringLiteral("start"), m_dir->path()};
+    if (isPipeWire())
+        arguments << QStringLiteral("--server") << QStringLiteral("pipewire");
     if (withDevices)
         arguments << QStringLiteral("--with-devices");
     // A test that dies before its destructor runs must not leave its server running.

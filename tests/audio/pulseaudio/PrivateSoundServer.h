@@ -8,15 +8,19 @@
 #include <string>
 #include <vector>
 
-// A private headless PulseAudio for one test, started through scripts/private-sound-server.sh.
+// A private headless sound server for one test, started through scripts/private-sound-server.sh:
+// PulseAudio, or PipeWire's pipewire-pulse when BRIVELLO_TEST_SOUND_SERVER=pipewire.
 // Its client environment is set in this process, so every client here and every child process
-// talks to it and never to the user's own server. Stopped by its process id.
+// talks to it and never to the user's own server. Stopped by its process ids.
 class PrivateSoundServer {
 public:
     PrivateSoundServer();
     ~PrivateSoundServer();
     PrivateSoundServer(const PrivateSoundServer&) = delete;
     PrivateSoundServer& operator=(const PrivateSoundServer&) = delete;
+
+    // Whether this run's tests get PipeWire rather than PulseAudio.
+    static bool isPipeWire();
 
     // With the typed devices: a Bluetooth, a USB, a built-in and an HDMI sink.
     bool start(bool withDevices = true);

@@ -60,12 +60,13 @@ protected:
         waitUntil([] { return false; }, 300);
     }
 
-    // The sink the player's stream is on (loopbacks are not players).
+    // The sink the player's stream is on. Loopbacks are not players: they belong to a module,
+    // not to a client ("-" in the client column, on both servers).
     std::string sinkOfStream() {
         QString index;
         for (const auto& line : server.pactl({"list", "short", "sink-inputs"}).split('\n'))
-            if (line.contains("protocol-native"))
-                index = line.split('\t').value(1);
+            if (const auto fields = line.split('\t'); fields.size() > 2 && fields[2] != "-")
+                index = fields[1];
         for (const auto& line : server.pactl({"list", "short", "sinks"}).split('\n'))
             if (!index.isEmpty() && line.split('\t').value(0) == index)
                 return line.split('\t').value(1).toStdString();

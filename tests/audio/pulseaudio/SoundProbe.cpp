@@ -20,9 +20,11 @@ MonitorRecording::MonitorRecording(const QString& source, int channels)
         {QStringLiteral("--device=") + source, QStringLiteral("--format=s16le"),
          QStringLiteral("--rate=%1").arg(kRate), QStringLiteral("--channels=%1").arg(channels),
          QStringLiteral("--latency-msec=20"),
-         // Four channels are the quad layout of the shared-clock sink, never a remix.
+         // Four channels are the quad layout of the shared-clock sink, never a remix. One is the
+         // left channel as it is: a mono downmix is an average on PulseAudio, 3 dB more on
+         // PipeWire.
          channels == 4 ? QStringLiteral("--channel-map=front-left,front-right,rear-left,rear-right")
-                       : QStringLiteral("--channel-map=mono")});
+                       : QStringLiteral("--channel-map=front-left")});
     m_process->waitForStarted(3000);
     QThread::msleep(300); // the stream is connected and running before anything is played
 }
@@ -77,28 +79,40 @@ bool playTone(double silenceSeconds, double toneSeconds, const QString& sink) {
     return QProcess::execute(QStringLiteral("paplay"), arguments) == 0;
 }
 
+namespace {
+
+// The amplitude (0…1) of `frequency` in `count` samples from `start`, by Goertzel.
+double amplitudeAt(const std::vector<float>& samples, std::size_t start, std::size_t count,
+                   double frequency) {
+    const double w = 2.0 * std::numbers::pi * frequency / MonitorRecording::kRate;
+    const double coefficient = 2.0 * std::cos(w);
+    double s1 = 0, s2 = 0;
+    for (std::size_t i = start; i < start + count; ++i) {
+        const double s0 = samples[i] + coefficient * s1 - s2;
+        s2 = s1;
+        s1 = s0;
+    }
+    const double power = s1 * s1 + s2 * s2 - coefficient * s1 * s2;
+    return 2.0 * std::sqrt(std::max(power, 0.0)) / static_cast<double>(count);
+}
+
+} // namespace
+
 double toneAmplitude(const std::vector<float>& samples, double frequency) {
     const std::size_t window = MonitorRecording::kRate / 10;
     double best = 0;
-    for (std::size_t start = 0; start + window <= samples.size(); start += window) {
-        const double w = 2.0 * std::numbers::pi * frequency / MonitorRecording::kRate;
-        const double coefficient = 2.0 * std::cos(w);
-        double s1 = 0, s2 = 0;
-        for (std::size_t i = start; i < start + window; ++i) {
-            const double s0 = samples[i] + coefficient * s1 - s2;
-            s2 = s1;
-            s1 = s0;
-        }
-        const double power = s1 * s1 + s2 * s2 - coefficient * s1 * s2;
-        best = std::max(best, 2.0 * std::sqrt(power) / static_cast<double>(window));
-    }
+    for (std::size_t start = 0; start + window <= samples.size(); start += window)
+        best = std::max(best, amplitudeAt(samples, start, window, frequency));
     return best;
 }
 
-std::optional<double> onsetSeconds(const std::vector<float>& samples, float threshold) {
-    auto it = std::find_if(samples.begin(), samples.end(),
-                           [threshold](float s) { return std::abs(s) > threshold; });
-    if (it == samples.end())
-        return std::nullopt;
-    return static_cast<double>(it - samples.begin()) / MonitorRecording::kRate;
+std::optional<double> onsetSeconds(const std::vector<float>& samples, float threshold,
+                                   double frequency) {
+    // A click or a burst of noise is loud as well: the onset is the loud sample the tone follows.
+    const std::size_t window = MonitorRecording::kRate / 20;
+    for (std::size_t i = 0; i + window <= samples.size(); ++i)
+        if (std::abs(samples[i]) > threshold &&
+            amplitudeAt(samples, i, window, frequency) > 4.0 * threshold)
+            return static_cast<double>(i) / MonitorRecording::kRate;
+    return std::nullopt;
 }

@@ -8,7 +8,8 @@
 #include <optional>
 #include <vector>
 
-// Records a source of the server (a sink's monitor) as 16-bit samples through parec.
+// Records a source of the server (a sink's monitor) as 16-bit samples through parec: one channel
+// is the front left, four are the quad layout.
 class MonitorRecording {
 public:
     static constexpr int kRate = 48000;
@@ -34,5 +35,6 @@ bool playTone(double silenceSeconds, double toneSeconds, const QString& sink = {
 // The amplitude (0…1) of the 440 Hz component, by Goertzel over the whole signal's loudest second.
 double toneAmplitude(const std::vector<float>& samples, double frequency = 440.0);
 
-// The time (s) of the first sample louder than `threshold`.
-std::optional<double> onsetSeconds(const std::vector<float>& samples, float threshold = 0.05f);
+// The time (s) of the first sample louder than `threshold` that starts a tone of `frequency`.
+std::optional<double> onsetSeconds(const std::vector<float>& samples, float threshold = 0.05f,
+                                   double frequency = 440.0);
