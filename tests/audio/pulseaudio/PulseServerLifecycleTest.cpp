@@ -17,11 +17,14 @@ namespace {
 
 class PulseServerLifecycle : public ::testing::Test {
 protected:
-    void select(MultiOutputController& controller, std::initializer_list<const char*> uids) {
+    // Brivello on the private server, these devices ticked.
+    void startBrivello(std::initializer_list<const char*> uids = {}) {
+        audio = std::make_unique<PulseAudioSystem>();
+        controller = std::make_unique<MultiOutputController>(*audio);
         for (const char* uid : uids)
-            for (const auto& device : controller.devices())
+            for (const auto& device : controller->devices())
                 if (device.uid == uid)
-                    controller.toggle(device.id);
+                    controller->toggle(device.id);
     }
 
     bool serverAlive() {
@@ -74,44 +77,43 @@ protected:
     }
 
     PrivateSoundServer server;
+    std::unique_ptr<PulseAudioSystem> audio;
+    std::unique_ptr<MultiOutputController> controller;
 };
 
 TEST_F(PulseServerLifecycle, WithoutAServerThereAreNoDevicesUntilItComes) {
     ASSERT_TRUE(server.start());
     server.stop(); // the environment now names a socket nobody listens on
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    EXPECT_FALSE(audio.isConnected());
-    EXPECT_TRUE(controller.devices().empty());
-    EXPECT_EQ(audio.defaultOutputDevice(), 0u);
-    EXPECT_FALSE(audio.createMultiOutput({{1, "usb_dac", "USB", {}}}, "usb_dac", {}));
+    startBrivello();
+    EXPECT_FALSE(audio->isConnected());
+    EXPECT_TRUE(controller->devices().empty());
+    EXPECT_EQ(audio->defaultOutputDevice(), 0u);
+    EXPECT_FALSE(audio->createMultiOutput({{1, "usb_dac", "USB", {}}}, "usb_dac", {}));
 
     ASSERT_TRUE(server.start());
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
+    EXPECT_TRUE(waitUntil([&] { return controller->devices().size() == 4; }, 3000));
 }
 
 TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDeviceBack) {
     ASSERT_TRUE(server.start());
     const std::string userDefault = server.defaultSink();
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    const auto idsBefore = controller.devices();
-    select(controller, {"usb_dac", "bt_speaker"});
-    controller.activate();
-    ASSERT_TRUE(controller.isActive());
+    startBrivello({"usb_dac", "bt_speaker"});
+    const auto idsBefore = controller->devices();
+    controller->activate();
+    ASSERT_TRUE(controller->isActive());
 
     server.stop();
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().empty(); }, 3000));
+    EXPECT_TRUE(waitUntil([&] { return controller->devices().empty(); }, 3000));
     // A device plugged in first on the new server takes the index another device had before.
     ASSERT_TRUE(server.start(false));
     ASSERT_GE(server.loadSink("newcomer", "Neuling", "device.bus=usb"), 0);
     for (const char* name : {"bt_speaker", "usb_dac", "builtin_speakers", "hdmi_monitor"})
         ASSERT_GE(server.loadSink(name, name), 0);
-    ASSERT_TRUE(waitUntil([&] { return controller.devices().size() == 5; }, 3000));
+    ASSERT_TRUE(waitUntil([&] { return controller->devices().size() == 5; }, 3000));
 
     // Same devices, same ids: the user's selection and delays still mean the same speakers.
     std::set<AudioDeviceID> ids;
-    for (const auto& device : controller.devices()) {
+    for (const auto& device : controller->devices()) {
         ids.insert(device.id);
         for (const auto& before : idsBefore) {
             if (before.uid == device.uid) {
@@ -123,65 +125,61 @@ TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDevice
 
     // The controller still says active, and it is: the device is back as the default output,
     // with a loopback per member.
-    EXPECT_TRUE(controller.isActive());
+    EXPECT_TRUE(controller->isActive());
     EXPECT_EQ(server.defaultSink(), PulseAudioSystem::kSinkName);
     EXPECT_EQ(loopbacks(), 2);
 
-    controller.deactivate();
+    controller->deactivate();
     EXPECT_EQ(server.defaultSink(), userDefault);
     EXPECT_EQ(brivelloLeftovers(), 0);
 }
 
 TEST_F(PulseServerLifecycle, AMemberUnpluggedWhileActivePlaysAgainWhenItReturns) {
     ASSERT_TRUE(server.start());
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    select(controller, {"usb_dac", "bt_speaker"});
-    controller.activate();
-    ASSERT_TRUE(controller.isActive());
+    startBrivello({"usb_dac", "bt_speaker"});
+    controller->activate();
+    ASSERT_TRUE(controller->isActive());
     ASSERT_EQ(loopbacks(), 2);
 
     for (const auto& line : server.modules())
         if (line.contains("sink_name=usb_dac"))
             server.pactl({"unload-module", line.split('\t').value(0)});
     EXPECT_TRUE(waitUntil([&] { return loopbacks() == 1; }, 3000));
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 3; }, 1000));
-    EXPECT_TRUE(controller.isActive());
+    EXPECT_TRUE(waitUntil([&] { return controller->devices().size() == 3; }, 1000));
+    EXPECT_TRUE(controller->isActive());
 
     // A device that was never a member stays out; the member that comes back plays again.
     ASSERT_GE(server.loadSink("usb_stick", "USB-Stick", "device.bus=usb"), 0);
     ASSERT_GE(server.loadSink("usb_dac", "USB DAC", "device.bus=usb"), 0);
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 5; }, 1000));
+    EXPECT_TRUE(waitUntil([&] { return controller->devices().size() == 5; }, 1000));
     EXPECT_TRUE(waitUntil([&] { return loopbacks() == 2; }, 3000));
     waitUntil([] { return false; }, 300);
     EXPECT_EQ(loopbacks(), 2);
     EXPECT_EQ(server.defaultSink(), PulseAudioSystem::kSinkName);
 
-    controller.teardown();
+    controller->teardown();
     EXPECT_EQ(brivelloLeftovers(), 0);
 }
 
 TEST_F(PulseServerLifecycle, SwitchedOffWhileTheServerIsGoneStaysOffWhenItReturns) {
     ASSERT_TRUE(server.start());
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    select(controller, {"usb_dac"});
-    controller.activate();
-    ASSERT_TRUE(controller.isActive());
+    startBrivello({"usb_dac"});
+    controller->activate();
+    ASSERT_TRUE(controller->isActive());
 
     server.stop();
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().empty(); }, 3000));
-    controller.deactivate();
+    EXPECT_TRUE(waitUntil([&] { return controller->devices().empty(); }, 3000));
+    controller->deactivate();
     ASSERT_TRUE(server.start());
-    EXPECT_TRUE(waitUntil([&] { return controller.devices().size() == 4; }, 3000));
+    EXPECT_TRUE(waitUntil([&] { return controller->devices().size() == 4; }, 3000));
     EXPECT_EQ(brivelloLeftovers(), 0);
     EXPECT_NE(server.defaultSink(), PulseAudioSystem::kSinkName);
 }
 
 TEST_F(PulseServerLifecycle, AHungServerCostsSecondsNotTheApplication) {
     ASSERT_TRUE(server.start());
-    PulseAudioSystem audio;
-    ASSERT_EQ(audio.outputDevices().size(), 4u);
+    startBrivello();
+    ASSERT_EQ(audio->outputDevices().size(), 4u);
     QFile pidFile(server.directory() + "/pid");
     ASSERT_TRUE(pidFile.open(QIODevice::ReadOnly));
     const auto pid = static_cast<pid_t>(pidFile.readAll().trimmed().toInt());
@@ -189,11 +187,11 @@ TEST_F(PulseServerLifecycle, AHungServerCostsSecondsNotTheApplication) {
     ::kill(pid, SIGSTOP);
     QElapsedTimer timer;
     timer.start();
-    EXPECT_TRUE(audio.outputDevices().empty());
+    EXPECT_TRUE(audio->outputDevices().empty());
     EXPECT_LT(timer.elapsed(), 5000);
     ::kill(pid, SIGCONT);
     // The connection outlives the stall.
-    EXPECT_TRUE(waitUntil([&] { return audio.outputDevices().size() == 4; }, 3000));
+    EXPECT_TRUE(waitUntil([&] { return audio->outputDevices().size() == 4; }, 3000));
 }
 
 TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgain) {
@@ -220,10 +218,9 @@ TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgai
                  &ok);
     ASSERT_TRUE(ok);
 
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
+    startBrivello();
     EXPECT_EQ(brivelloLeftovers(), 0);
-    EXPECT_EQ(controller.devices().size(), 4u);
+    EXPECT_EQ(controller->devices().size(), 4u);
     EXPECT_EQ(server.defaultSink(), "hdmi_monitor") << "the user's default comes back";
 }
 
@@ -233,23 +230,21 @@ TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgai
 // explicit default before creating) rather than proving that order necessary.
 TEST_F(PulseServerLifecycle, RebuildingWhileAStreamPlaysKeepsTheServerUp) {
     ASSERT_TRUE(server.start());
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    select(controller, {"usb_dac", "bt_speaker"});
+    startBrivello({"usb_dac", "bt_speaker"});
     QProcess player;
     startStream(player, 20);
     const auto before = sinkOfStream();
     ASSERT_FALSE(before.empty());
     for (int round = 0; round < 3; ++round) {
-        controller.activate();
-        ASSERT_TRUE(controller.isActive());
+        controller->activate();
+        ASSERT_TRUE(controller->isActive());
         waitUntil([] { return false; }, 300);
-        controller.setDelay(controller.devices().front().id, 40.0 * round);
-        controller.commitDelays();
+        controller->setDelay(controller->devices().front().id, 40.0 * round);
+        controller->commitDelays();
         waitUntil([] { return false; }, 300);
         // The music follows the rebuilt device instead of staying behind on a real one.
         EXPECT_EQ(sinkOfStream(), PulseAudioSystem::kSinkName) << "round " << round;
-        controller.deactivate();
+        controller->deactivate();
         ASSERT_TRUE(serverAlive()) << "round " << round;
         EXPECT_EQ(sinkOfStream(), before) << "round " << round;
     }
@@ -264,17 +259,15 @@ TEST_F(PulseServerLifecycle, RebuildingWhileAStreamPlaysKeepsTheServerUp) {
 // (default back, streams moved, then unloaded) and that the stream survives it.
 TEST_F(PulseServerLifecycle, SwitchingOffAfterALongStreamKeepsTheServerUp) {
     ASSERT_TRUE(server.start());
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    select(controller, {"usb_dac", "bt_speaker"});
-    controller.activate();
-    ASSERT_TRUE(controller.isActive());
+    startBrivello({"usb_dac", "bt_speaker"});
+    controller->activate();
+    ASSERT_TRUE(controller->isActive());
     // Pinned to Brivello's sink, the stream does not follow the default back by itself.
     QProcess player;
     startStream(player, 30, PulseAudioSystem::kSinkName);
     ASSERT_EQ(sinkOfStream(), PulseAudioSystem::kSinkName);
     waitUntil([] { return false; }, 13000);
-    controller.deactivate();
+    controller->deactivate();
     EXPECT_TRUE(serverAlive());
     // It was moved, not killed: it goes on playing on the real device.
     waitUntil([] { return false; }, 300);
