@@ -217,19 +217,7 @@ std::vector<PulseConnection::Sink> PulseConnection::sinks() {
     return answer.result;
 }
 
-std::optional<PulseConnection::Sink> PulseConnection::sink(std::uint32_t index) {
-    return sinkBy([&](pa_sink_info_cb_t onSink, void* answer) {
-        return pa_context_get_sink_info_by_index(m_context, index, onSink, answer);
-    });
-}
-
 std::optional<PulseConnection::Sink> PulseConnection::sink(const std::string& name) {
-    return sinkBy([&](pa_sink_info_cb_t onSink, void* answer) {
-        return pa_context_get_sink_info_by_name(m_context, name.c_str(), onSink, answer);
-    });
-}
-
-template <class Query> std::optional<PulseConnection::Sink> PulseConnection::sinkBy(Query query) {
     LoopLock lock(m_loop);
     Answer<std::optional<Sink>> answer;
     auto onSink = [](pa_context*, const pa_sink_info* info, int eol, void* data) {
@@ -239,7 +227,9 @@ template <class Query> std::optional<PulseConnection::Sink> PulseConnection::sin
         else if (info)
             a->result = sinkFrom(*info);
     };
-    if (!await(answer, [&] { return query(onSink, &answer); }))
+    if (!await(answer, [&] {
+            return pa_context_get_sink_info_by_name(m_context, name.c_str(), onSink, &answer);
+        }))
         return std::nullopt;
     return answer.result;
 }

@@ -51,7 +51,6 @@ public:
     bool isConnected();
 
     std::vector<Sink> sinks();
-    std::optional<Sink> sink(std::uint32_t index);
     std::optional<Sink> sink(const std::string& name);
     std::optional<std::string> defaultSinkName();
     bool setDefaultSink(const std::string& name);
@@ -75,7 +74,6 @@ public:
 
 private:
     template <class Issue> bool await(Request& request, Issue issue);
-    template <class Query> std::optional<Sink> sinkBy(Query query);
     void dropContext();
     static void onState(pa_context* context, void* self);
     static void onSubscription(pa_context*, pa_subscription_event_type_t, std::uint32_t,
