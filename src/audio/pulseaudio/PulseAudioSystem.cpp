@@ -337,13 +337,13 @@ void PulseAudioSystem::destroyExistingMultiOutput() {
 }
 
 void PulseAudioSystem::removeDevice(AudioDeviceID device) {
-    const auto sink = sinkOf(device);
-    if (sink && isOwnSink(*sink)) {
-        m_liveMultiOutput.reset();
+    const auto name = m_ids.nameOf(device);
+    if (!name || !isOwnName(*name))
+        return;
+    // Also when it went with a server that is not back yet: it is never to be brought back.
+    m_liveMultiOutput.reset();
+    if (const auto sink = m_connection.sink(*name))
         removeOwnSinks({*sink});
-    } else if (!sink && m_ids.nameOf(device) == kSinkName) {
-        m_liveMultiOutput.reset(); // gone with a server that is not back yet: never bring it back
-    }
 }
 
 void PulseAudioSystem::removeOwnSinks(const std::vector<Sink>& own) {
