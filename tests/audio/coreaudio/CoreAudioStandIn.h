@@ -2,113 +2,67 @@
 
 #include "CoreAudioApi.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <cstring>
-#include <functional>
 #include <map>
-#include <memory>
-#include <optional>
-#include <string>
+#include <tuple>
 #include <variant>
 #include <vector>
 
-// Core Audio's property world, in memory: audio objects whose properties are addressed by
-// selector, scope and element and answer with Core Audio's sizes and statuses. Tests shape the
-// devices, force statuses, and read back every write, creation and removal. Property-listener
-// calls arrive the way Core Audio delivers them on the main queue: later, through the Qt event
-// loop of the running QCoreApplication (none is delivered without one).
+// Core Audio's property world in memory: audio objects whose properties are addressed by
+// selector, scope and element and answer with Core Audio's data sizes and statuses. Tests shape
+// the devices, force statuses and read back every write, creation and removal. Listeners are
+// called as Core Audio's main queue calls them: later, from the running Qt event loop.
 class CoreAudioStandIn : public CoreAudioApi {
 public:
-    enum class Call {
-        getPropertyDataSize,
-        getPropertyData,
-        getStringProperty,
-        setPropertyData,
-        isPropertySettable,
-        createAggregateDevice,
-        destroyAggregateDevice,
-        addPropertyListenerBlock,
-    };
+    enum class Call { size, get, getString, set, settable, create, destroy, listen };
 
     struct Volume {
         float value = 1;
         bool settable = true;
     };
-    struct Mute {
-        std::uint32_t value = 0; // 0: not muted
-        bool settable = true;
-    };
-    // A device as it is plugged in. An absent uid or name is read as a null string reference; an
-    // absent transport or volume is a property the device lacks.
+    // A device as it is plugged in. An absent uid or name reads as a null string reference; an
+    // absent transport, volume element, mute or rate list is a property the device lacks.
     struct Device {
         std::optional<std::string> uid{};
         std::optional<std::string> name{};
         std::optional<std::uint32_t> transport = coreaudio::kAudioDeviceTransportTypeBuiltIn;
         std::uint32_t outputStreams = 1;
         std::uint32_t inputStreams = 0;
-        std::optional<Volume> mainVolume{};
-        std::optional<Volume> channel1Volume{};
-        std::optional<Volume> channel2Volume{};
-        std::optional<Mute> mute{};
-        std::vector<coreaudio::ValueRange> rateRanges{}; // empty: the device lacks the rate list
-        double nominalRate = 44100;
+        std::map<std::uint32_t, Volume> volumes{}; // by element, 0 being the main one
+        std::optional<std::uint32_t> mute{};
+        std::vector<coreaudio::ValueRange> rateRanges{};
     };
-
-    // One AudioObjectSetPropertyData call, whatever its status.
     struct Write {
-        ObjectID object = 0;
+        ObjectID object;
         PropertyAddress address;
         std::vector<std::byte> data;
-        Status status = 0;
-
-        template <typename T> T as() const {
-            T value{};
-            std::memcpy(&value, data.data(), std::min(sizeof(T), data.size()));
-            return value;
-        }
     };
 
     CoreAudioStandIn();
-    ~CoreAudioStandIn() override;
-    CoreAudioStandIn(const CoreAudioStandIn&) = delete;
-    CoreAudioStandIn& operator=(const CoreAudioStandIn&) = delete;
 
     static PropertyAddress global(std::uint32_t selector);
     static PropertyAddress output(std::uint32_t selector, std::uint32_t element = 0);
 
-    // Adds the device to the end of the system's device list and notifies the device-list
-    // listeners. Under a fresh id, or under `id` to bring a device back as Core Audio sometimes
-    // does (a device present under that id is replaced).
+    // Appends the device to the device list under a fresh id, or under `id` as Core Audio does
+    // for a device that comes back, and notifies the device-list listeners.
     ObjectID plug(const Device& device, ObjectID id = coreaudio::kAudioObjectUnknown);
-    // Takes the device away (list, properties, default output) and notifies the listeners.
     void unplug(ObjectID device);
-    bool exists(ObjectID object) const;
-    std::vector<ObjectID> deviceList() const;
+    const std::vector<ObjectID>& deviceList() const { return m_devices; }
     ObjectID defaultOutput() const;
     void setDefaultOutput(ObjectID device);
+    void notifyDeviceListChanged();
 
-    // Raw property editing, for shapes the Device record does not cover. `elementSize` below the
-    // data size makes the property an array that short buffers read partly.
-    void setProperty(ObjectID object, const PropertyAddress& address, std::vector<std::byte> data,
-                     std::size_t elementSize, bool settable);
     template <typename T>
     void setValue(ObjectID object, const PropertyAddress& address, const T& value,
                   bool settable = false) {
-        setProperty(object, address, bytes(&value, sizeof(T)), sizeof(T), settable);
+        m_objects[object][address] = {bytes(&value, sizeof(T)), sizeof(T), settable};
     }
-    template <typename T>
-    void setArray(ObjectID object, const PropertyAddress& address, const std::vector<T>& values,
-                  bool settable = false) {
-        setProperty(object, address, bytes(values.data(), values.size() * sizeof(T)), sizeof(T),
-                    settable);
-    }
-    void setString(ObjectID object, const PropertyAddress& address,
-                   std::optional<std::string> value);
-    void removeProperty(ObjectID object, const PropertyAddress& address);
     template <typename T>
     std::optional<T> value(ObjectID object, const PropertyAddress& address) const {
-        const auto* data = rawValue(object, address);
+        auto it = m_objects.find(object);
+        if (it == m_objects.end() || !it->second.contains(address))
+            return std::nullopt;
+        const auto* data = std::get_if<Bytes>(&it->second.at(address).value);
         if (!data || data->size() != sizeof(T))
             return std::nullopt;
         T result;
@@ -116,26 +70,26 @@ public:
         return result;
     }
 
-    // Forces `status` on every call of that kind, or only on one object, or one object's
-    // property. The latest matching rule wins. A forced 0 on createAggregateDevice reports
-    // success without creating anything.
-    void fail(Call call, Status status);
-    void fail(Call call, ObjectID object, Status status);
-    void fail(Call call, ObjectID object, const PropertyAddress& address, Status status);
-    void clearFailures();
-    // Runs `action` once, at the start of the next call of that kind: for changes that happen
-    // between two calls of an algorithm.
-    void beforeNextCall(Call call, std::function<void()> action);
+    // Forces `status` on every call of that kind, or only on one object (kAudioObjectUnknown:
+    // any), or one object's property. The latest matching rule wins.
+    void fail(Call call, Status status, ObjectID object = coreaudio::kAudioObjectUnknown,
+              std::optional<PropertyAddress> address = std::nullopt) {
+        m_failures.emplace_back(call, status, object, address);
+    }
+    void clearFailures() { m_failures.clear(); }
+    // Runs `action` at the start of the next call of that kind: a change between two calls.
+    void beforeNextCall(Call call, const std::function<void()>& action) {
+        m_pending[call] = action;
+    }
 
     const std::vector<Write>& writes() const { return m_writes; }
-    std::vector<Write> writesTo(ObjectID object, const PropertyAddress& address) const;
     const std::vector<coreaudio::DescriptionDictionary>& creations() const { return m_creations; }
     const std::vector<ObjectID>& removals() const { return m_removals; }
-    void clearRecords();
-
-    // Posts a device-list change to the listeners, as Core Audio does after a device change.
-    void notifyDeviceListChanged();
-    std::size_t listenerCount(ObjectID object, const PropertyAddress& address) const;
+    void clearRecords() {
+        m_writes.clear();
+        m_creations.clear();
+        m_removals.clear();
+    }
 
     Status getPropertyDataSize(ObjectID object, const PropertyAddress& address,
                                std::uint32_t& outDataSize) override;
@@ -159,45 +113,30 @@ private:
     using StringReference = std::optional<std::string>; // absent: a null CFStringRef
     struct Property {
         std::variant<Bytes, StringReference> value;
-        std::size_t elementSize = 0;
+        std::size_t elementSize = 0; // below the data size: an array short buffers read partly
         bool settable = false;
-    };
-    struct Object {
-        std::map<PropertyAddress, Property> properties;
-        bool aggregate = false;
-    };
-    struct Failure {
-        Call call;
-        std::optional<ObjectID> object;
-        std::optional<PropertyAddress> address;
-        Status status;
-    };
-    struct Listener {
-        ObjectID object;
-        PropertyAddress address;
-        PropertyListener callback;
     };
 
     static Bytes bytes(const void* data, std::size_t size);
-    const Bytes* rawValue(ObjectID object, const PropertyAddress& address) const;
-    // Runs a pending beforeNextCall action and returns a forced status, if any.
-    std::optional<Status> enter(Call call, ObjectID object,
-                                const std::optional<PropertyAddress>& address = std::nullopt);
-    // The property, or the status Core Audio gives when it cannot be reached.
-    std::variant<Property*, Status> find(ObjectID object, const PropertyAddress& address);
-    void updateDeviceList();
-    void remove(ObjectID device);
-    void notify(ObjectID object, const PropertyAddress& address);
+    template <typename T>
+    void setArray(ObjectID object, const PropertyAddress& address, const std::vector<T>& values) {
+        m_objects[object][address] = {bytes(values.data(), values.size() * sizeof(T)), sizeof(T)};
+    }
+    // Runs a pending beforeNextCall action; a forced status, if any.
+    std::optional<Status> enter(Call call, ObjectID object, const PropertyAddress* address);
+    // Sets `property` when the call reaches it; else the status Core Audio gives.
+    Status reach(Call call, ObjectID object, const PropertyAddress& address, Property*& property);
 
-    std::map<ObjectID, Object> m_objects;
-    std::vector<ObjectID> m_deviceOrder;
+    std::map<ObjectID, std::map<PropertyAddress, Property>> m_objects;
+    std::vector<ObjectID> m_devices;
     ObjectID m_nextID = 100;
-    std::vector<Failure> m_failures;
+    std::vector<std::tuple<Call, Status, ObjectID, std::optional<PropertyAddress>>> m_failures;
     std::map<Call, std::function<void()>> m_pending;
     std::vector<Write> m_writes;
     std::vector<coreaudio::DescriptionDictionary> m_creations;
     std::vector<ObjectID> m_removals;
-    std::vector<Listener> m_listeners;
-    // Queued deliveries check this so they never reach a stand-in that is gone.
-    std::shared_ptr<int> m_alive = std::make_shared<int>(0);
+    std::vector<std::tuple<ObjectID, PropertyAddress, PropertyListener>> m_listeners;
 };
+
+// A description as text, to compare whole descriptions readably.
+std::string describe(const coreaudio::DescriptionValue& value);

@@ -1,0 +1,129 @@
+#include "CoreAudioHAL.h"
+#include "CoreAudioStandIn.h"
+
+#include <gtest/gtest.h>
+
+using namespace coreaudio;
+using Call = CoreAudioStandIn::Call;
+using T = AudioOutputDevice::Transport;
+
+namespace {
+
+const PropertyAddress kUID = CoreAudioStandIn::global(kAudioDevicePropertyDeviceUID);
+const PropertyAddress kNominalRate =
+    CoreAudioStandIn::global(kAudioDevicePropertyNominalSampleRate);
+
+PropertyAddress volumeOf(std::uint32_t element) {
+    return CoreAudioStandIn::output(kAudioDevicePropertyVolumeScalar, element);
+}
+
+} // namespace
+
+TEST(CoreAudioHAL, ListsOutputDevicesWithAReadableUidButNeverBrivellosOwn) {
+    CoreAudioStandIn audio;
+    const auto le =
+        audio.plug({.uid = "le", .name = "A", .transport = kAudioDeviceTransportTypeBluetoothLE});
+    audio.plug({.uid = "mic", .name = "B", .outputStreams = 0, .inputStreams = 1});
+    audio.plug({.uid = std::nullopt, .name = "C"});
+    audio.fail(Call::getString, kAudioHardwareUnspecifiedError,
+               audio.plug({.uid = "flaky", .name = "D"}), kUID);
+    audio.plug({.uid = CoreAudioHAL::kMultiOutputUID,
+                .name = "E",
+                .transport = kAudioDeviceTransportTypeAggregate});
+    const auto classic =
+        audio.plug({.uid = "bt", .name = "F", .transport = kAudioDeviceTransportTypeBluetooth});
+    const auto unknown = audio.plug({.uid = "odd", .name = "G", .transport = fourCC("cont")});
+    const auto nameless = audio.plug({.uid = "usb", .transport = kAudioDeviceTransportTypeUSB});
+    const auto unreadable = audio.plug({.uid = "tv", .name = "H", .transport = std::nullopt});
+    audio.fail(Call::getString, kAudioHardwareUnspecifiedError, unreadable,
+               CoreAudioStandIn::global(kAudioObjectPropertyName));
+    const auto late = audio.plug({.uid = "late", .name = "Z"});
+
+    // A device gone between sizing and reading the list leaves an unfilled entry, skipped.
+    audio.beforeNextCall(Call::get, [&] { audio.unplug(late); });
+    EXPECT_EQ(CoreAudioHAL::outputDevices(audio),
+              (std::vector<AudioOutputDevice>{{le, "le", "A", T::bluetooth},
+                                              {classic, "bt", "F", T::bluetooth},
+                                              {unknown, "odd", "G", T::other},
+                                              {nameless, "usb", "Unbekannt", T::usb},
+                                              {unreadable, "tv", "Unbekannt", T::other}}));
+}
+
+TEST(CoreAudioHAL, VolumeFallsBackToTheFirstChannelAndIsWrittenClampedWhereTheDeviceTakesIt) {
+    CoreAudioStandIn audio;
+    const auto main = audio.plug({.uid = "m", .volumes = {{0, {0.5f}}, {1, {0.2f}}}});
+    const auto channels = audio.plug({.uid = "c", .volumes = {{1, {0.3f}}, {2, {0.7f}}}});
+    const auto fixedMain =
+        audio.plug({.uid = "f", .volumes = {{0, {0.5f, false}}, {1, {0.1f}}, {2, {0.1f}}}});
+    const auto none = audio.plug({.uid = "n"});
+    EXPECT_EQ(CoreAudioHAL::volume(audio, main), 0.5f);
+    EXPECT_EQ(CoreAudioHAL::volume(audio, channels), 0.3f);
+
+    EXPECT_TRUE(CoreAudioHAL::setVolume(audio, 1.7f, main));
+    EXPECT_EQ(audio.value<float>(main, volumeOf(0)), 1.0f);
+    EXPECT_TRUE(CoreAudioHAL::setVolume(audio, -0.2f, main));
+    EXPECT_EQ(audio.value<float>(main, volumeOf(0)), 0.0f);
+
+    // A main element that cannot be set leaves the value to both channels.
+    EXPECT_TRUE(CoreAudioHAL::setVolume(audio, 0.8f, fixedMain));
+    EXPECT_EQ(audio.value<float>(fixedMain, volumeOf(0)), 0.5f);
+    EXPECT_EQ(audio.value<float>(fixedMain, volumeOf(1)), 0.8f);
+    EXPECT_EQ(audio.value<float>(fixedMain, volumeOf(2)), 0.8f);
+    EXPECT_FALSE(CoreAudioHAL::setVolume(audio, 0.5f, none));
+    EXPECT_EQ(audio.writes().size(), 4u); // nothing to a channel beside a settable main element
+}
+
+TEST(CoreAudioHAL, ARangeStandsForItsEndsAndTheStandardRatesWithinAndNothingSharedGives44100) {
+    CoreAudioStandIn audio;
+    const auto mixed = audio.plug({.uid = "a", .rateRanges = {{44100, 44100}, {8000, 96000}}});
+    EXPECT_EQ(CoreAudioHAL::availableSampleRates(audio, mixed),
+              (std::vector<double>{8000, 32000, 44100, 48000, 88200, 96000}));
+
+    const auto narrow = audio.plug({.uid = "b", .rateRanges = {{44100, 44100}, {48000, 48000}}});
+    const auto only48 = audio.plug({.uid = "c", .rateRanges = {{48000, 48000}}});
+    const auto only96 = audio.plug({.uid = "d", .rateRanges = {{96000, 96000}}});
+    const auto unknown = audio.plug({.uid = "e"});
+    EXPECT_EQ(CoreAudioHAL::commonSampleRate(audio, {mixed, narrow}), 48000);
+    EXPECT_EQ(CoreAudioHAL::commonSampleRate(audio, {mixed, unknown, only96}), 96000);
+    EXPECT_EQ(CoreAudioHAL::commonSampleRate(audio, {mixed, only48, only96}), 44100);
+}
+
+TEST(CoreAudioHAL, TheMultiOutputStacksTheDevicesAtTheCommonRateWithRoundedLatenciesOrSaysWhyNot) {
+    CoreAudioStandIn audio;
+    std::vector<AudioOutputDevice> devices;
+    for (const auto* uid : {"speakers", "headset", "tv"})
+        devices.push_back({audio.plug({.uid = uid, .rateRanges = {{48000, 48000}}}), uid, uid});
+
+    const auto created = CoreAudioHAL::createMultiOutput(
+        audio, devices, "speakers", {{"speakers", 0.6}, {"headset", 1.0}, {"tv", 2.5}});
+
+    ASSERT_TRUE(created.has_value());
+    ASSERT_EQ(audio.creations().size(), 1u);
+    EXPECT_EQ(
+        describe(audio.creations()[0]),
+        R"({name: "Brivello Multi-Output", uid: "de.tandrel.brivello.multioutput", )"
+        R"(subdevices: [{uid: "speakers", drift: 0}, )"
+        R"({uid: "headset", drift: 1, latency-out: 1}, {uid: "tv", drift: 1, latency-out: 3}], )"
+        R"(master: "speakers", stacked: 1, private: 0})");
+    // Every subdevice and the new device run at the rate they share.
+    for (const auto id : {devices[0].id, devices[1].id, devices[2].id, *created})
+        EXPECT_EQ(audio.value<double>(id, kNominalRate), 48000);
+
+    audio.fail(Call::create, kAudio_ParamError);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(CoreAudioHAL::createMultiOutput(audio, devices, "speakers", {}), std::nullopt);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Brivello: AudioHardwareCreateAggregateDevice failed (-50)\n");
+    EXPECT_EQ(audio.deviceList().size(), 3u) << "the earlier device goes, no new one comes";
+}
+
+TEST(CoreAudioHAL, EveryLeftoverIsRemoved) {
+    CoreAudioStandIn audio;
+    const auto aggregate = kAudioDeviceTransportTypeAggregate;
+    const auto first = audio.plug({.uid = CoreAudioHAL::kMultiOutputUID, .transport = aggregate});
+    const auto studio = audio.plug({.uid = "studio", .transport = aggregate});
+    const auto second = audio.plug({.uid = CoreAudioHAL::kMultiOutputUID, .transport = aggregate});
+    CoreAudioHAL::destroyExistingMultiOutput(audio);
+    EXPECT_EQ(audio.removals(), (std::vector<AudioDeviceID>{first, second}));
+    EXPECT_EQ(audio.deviceList(), std::vector<AudioDeviceID>{studio});
+}
