@@ -252,7 +252,8 @@ start() {
 # Whether a process still runs; one that has ended but is not yet reaped does not.
 running() {
     local stat
-    { stat=$(<"/proc/$1/stat"); } 2>/dev/null || return 1
+    # A plain cat: bash ends the whole shell when $(<file) finds no file (the process is gone).
+    stat=$(cat "/proc/$1/stat" 2>/dev/null) || return 1
     [[ ${stat##*) } != Z* ]]
 }
 
