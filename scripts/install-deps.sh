@@ -17,7 +17,7 @@ packages=(
   build-essential cmake ninja-build pkg-config libgtest-dev
   qt6-base-dev libpulse-dev nlohmann-json3-dev
   # the interface: Qt Quick with Controls, SVG icons, and the QML modules it imports at run time
-  qt6-declarative-dev qt6-declarative-dev-tools qt6-svg-dev qt6-tools-dev-tools
+  qt6-declarative-dev qt6-declarative-dev-tools qt6-svg-dev
   qml6-module-qtqml qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
   qml6-module-qtquick-layouts qml6-module-qtquick-window qml6-module-qtqml-workerscript
   qml6-module-qttest libgl-dev

@@ -1,10 +1,18 @@
-// Brivello's core: the controller, the zones and their global hot keys, on the platform's sound
-// system. The window and the menu-bar panel come with the interface.
+// Brivello: the main window over the controller, the zones and their global hot keys, on the
+// platform's sound system.
 #include "AppModel.h"
+#include "AppearanceSetting.h"
+#include "DeviceListModel.h"
 #include "HotKeyCenter.h"
+#include "MultiOutputStatus.h"
+#include "SymbolImageProvider.h"
 #include "TerminationSignals.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
 
@@ -17,12 +25,20 @@
 #include "X11HotKeyBackend.h"
 #endif
 
+Q_IMPORT_QML_PLUGIN(BrivelloPlugin)
+
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    // A QGuiApplication's loop is the platform's: on macOS it drains the main dispatch queue (the
+    // Core Audio device-list listener) and dispatches Carbon events (the hot keys).
+    QGuiApplication app(argc, argv);
     // On macOS the settings land in the user defaults "de.tandrel.brivello".
-    QCoreApplication::setOrganizationName(QStringLiteral("tandrel"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
-    QCoreApplication::setApplicationName(QStringLiteral("brivello"));
+    QGuiApplication::setOrganizationName(QStringLiteral("tandrel"));
+    QGuiApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
+    QGuiApplication::setApplicationName(QStringLiteral("brivello"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Brivello"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/AppLogo.svg")));
+    // One look on every system: Qt would pick a different style per platform.
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
     TerminationSignals stopSignals;
 
 #ifdef __APPLE__
@@ -35,5 +51,19 @@ int main(int argc, char** argv) {
 #endif
 
     AppModel model(audio);
-    return QCoreApplication::exec();
+    AppearanceSetting appearance;
+    DeviceListModel devices(model.controller());
+    MultiOutputStatus status(model.controller());
+
+    QQmlApplicationEngine engine;
+    engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
+                                 {QStringLiteral("status"), QVariant::fromValue(&status)},
+                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});
+    engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    // Closing the window ends Brivello; the controller puts the previous default output back
+    // on the way out.
+    return QGuiApplication::exec();
 }

@@ -1,0 +1,208 @@
+#include "DeviceListModel.h"
+
+#include "MultiOutputController.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+
+DeviceListModel::DeviceListModel(MultiOutputController& controller, QObject* parent)
+    : QAbstractListModel(parent), m_controller(controller), m_rows(currentRows()) {
+    for (auto signal :
+         {&MultiOutputController::devicesChanged, &MultiOutputController::selectedChanged,
+          &MultiOutputController::isActiveChanged, &MultiOutputController::volumesChanged,
+          &MultiOutputController::delaysMsChanged})
+        connect(&m_controller, signal, this, &DeviceListModel::sync);
+}
+
+QString DeviceListModel::transportSymbol(AudioOutputDevice::Transport transport) {
+    using T = AudioOutputDevice::Transport;
+    switch (transport) {
+    case T::bluetooth:
+        return QStringLiteral("wave.3.right");
+    case T::usb:
+        return QStringLiteral("cable.connector");
+    case T::builtIn:
+        return QStringLiteral("laptopcomputer");
+    case T::hdmi:
+    case T::displayPort:
+        return QStringLiteral("display");
+    case T::airPlay:
+        return QStringLiteral("airplayaudio");
+    case T::thunderbolt:
+        return QStringLiteral("bolt.horizontal");
+    case T::aggregate:
+        return QStringLiteral("rectangle.3.group");
+    case T::virtual_:
+        return QStringLiteral("waveform");
+    case T::other:
+        break;
+    }
+    return QStringLiteral("hifispeaker");
+}
+
+namespace {
+
+// A volume is a 32-bit float; widened bit for bit, 0.7 would read as 0.69999998… and show "69%".
+// The shortest decimal that gives the same float back is what the user set.
+double asDecimal(float value) {
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text - 1, value).ptr;
+    *end = '\0';
+    return std::strtod(text, nullptr);
+}
+
+} // namespace
+
+std::vector<DeviceListModel::Row> DeviceListModel::currentRows() const {
+    const auto& selected = m_controller.selected();
+    const auto& volumes = m_controller.volumes();
+    const auto& delays = m_controller.delaysMs();
+    std::vector<Row> rows;
+    rows.reserve(m_controller.devices().size());
+    for (const auto& device : m_controller.devices()) {
+        Row row{device};
+        row.selected = selected.contains(device.id);
+        // A device the controller has no settings for yet plays at full volume, undelayed.
+        if (auto v = volumes.find(device.id); v != volumes.end())
+            row.volume = asDecimal(v->second);
+        if (auto d = delays.find(device.id); d != delays.end())
+            row.delayMs = d->second;
+        row.meterActive = row.selected && m_controller.isActive();
+        rows.push_back(std::move(row));
+    }
+    return rows;
+}
+
+int DeviceListModel::rowOf(AudioDeviceID id) const {
+    auto it = std::find_if(m_rows.begin(), m_rows.end(),
+                           [id](const Row& row) { return row.device.id == id; });
+    return it == m_rows.end() ? -1 : static_cast<int>(it - m_rows.begin());
+}
+
+void DeviceListModel::sync() {
+    const auto target = currentRows();
+    syncMembership(target);
+
+    // Same ids in the same order now: announce each row's changed roles only.
+    for (std::size_t i = 0; i < target.size(); ++i) {
+        const Row& before = m_rows[i];
+        const Row& after = target[i];
+        if (before == after)
+            continue;
+        QList<int> roles;
+        if (before.device.uid != after.device.uid)
+            roles << UidRole;
+        if (before.device.name != after.device.name)
+            roles << NameRole;
+        if (before.device.transport != after.device.transport)
+            roles << TransportLabelRole << TransportIconRole;
+        if (before.selected != after.selected)
+            roles << SelectedRole;
+        if (before.volume != after.volume)
+            roles << VolumeRole;
+        if (before.delayMs != after.delayMs)
+            roles << DelayMsRole;
+        if (before.meterActive != after.meterActive)
+            roles << MeterActiveRole;
+        m_rows[i] = after;
+        const auto changed = index(static_cast<int>(i));
+        emit dataChanged(changed, changed, roles);
+    }
+}
+
+void DeviceListModel::syncMembership(const std::vector<Row>& target) {
+    const auto inTarget = [&target](AudioDeviceID id) {
+        return std::any_of(target.begin(), target.end(),
+                           [id](const Row& row) { return row.device.id == id; });
+    };
+    for (int i = static_cast<int>(m_rows.size()) - 1; i >= 0; --i) {
+        if (inTarget(m_rows[i].device.id))
+            continue;
+        beginRemoveRows({}, i, i);
+        m_rows.erase(m_rows.begin() + i);
+        endRemoveRows();
+    }
+    // Walk the target order: a row already here moves into place, a new one is inserted there.
+    // What it shows is left as it was, so the per-row pass can tell what changed.
+    for (int i = 0; i < static_cast<int>(target.size()); ++i) {
+        const int from = rowOf(target[i].device.id);
+        if (from == i)
+            continue;
+        if (from < 0) {
+            beginInsertRows({}, i, i);
+            m_rows.insert(m_rows.begin() + i, target[i]);
+            endInsertRows();
+            continue;
+        }
+        beginMoveRows({}, from, from, {}, i);
+        Row moved = std::move(m_rows[from]);
+        m_rows.erase(m_rows.begin() + from);
+        m_rows.insert(m_rows.begin() + i, std::move(moved));
+        endMoveRows();
+    }
+}
+
+int DeviceListModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+QVariant DeviceListModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const Row& row = m_rows[static_cast<std::size_t>(index.row())];
+    switch (role) {
+    case IdRole:
+        return QVariant::fromValue<quint32>(row.device.id);
+    case UidRole:
+        return QString::fromStdString(row.device.uid);
+    case Qt::DisplayRole:
+    case NameRole:
+        return QString::fromStdString(row.device.name);
+    case TransportLabelRole:
+        return QString::fromUtf8(label(row.device.transport));
+    case TransportIconRole:
+        return transportSymbol(row.device.transport);
+    case SelectedRole:
+        return row.selected;
+    case VolumeRole:
+        return row.volume;
+    case DelayMsRole:
+        return row.delayMs;
+    case MeterActiveRole:
+        return row.meterActive;
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> DeviceListModel::roleNames() const {
+    return {{IdRole, "deviceId"},
+            {UidRole, "uid"},
+            {NameRole, "name"},
+            {TransportLabelRole, "transportLabel"},
+            {TransportIconRole, "transportIcon"},
+            {SelectedRole, "selected"},
+            {VolumeRole, "volume"},
+            {DelayMsRole, "delayMs"},
+            {MeterActiveRole, "meterActive"}};
+}
+
+void DeviceListModel::toggle(quint32 id) {
+    if (rowOf(id) >= 0)
+        m_controller.toggle(id);
+}
+
+void DeviceListModel::setVolume(quint32 id, double volume) {
+    if (const int row = rowOf(id); row >= 0)
+        m_controller.setVolume(static_cast<float>(volume), m_rows[row].device);
+}
+
+void DeviceListModel::setDelay(quint32 id, double milliseconds) {
+    if (rowOf(id) >= 0)
+        m_controller.setDelay(id, milliseconds);
+}
+
+void DeviceListModel::commitDelays() {
+    m_controller.commitDelays();
+}

@@ -1,0 +1,54 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Brivello
+
+// The main window's content: header, the scrolling middle with the zones section above the
+// devices, and the bottom bar.
+ColumnLayout {
+    id: view
+
+    required property DeviceListModel devices
+    required property MultiOutputStatus status
+    required property AppearanceSetting appearance
+    // The zones section's place, above the devices.
+    property alias zonesSection: zonesSlot.sourceComponent
+    property alias toneControl: bottomBar.toneControl
+
+    spacing: 0
+
+    WindowHeader {
+        status: view.status
+        appearance: view.appearance
+        Layout.fillWidth: true
+    }
+    Divider {}
+    ScrollView {
+        id: scroller
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        contentWidth: availableWidth
+        ScrollBar.horizontal.policy: ScrollBar.AlwaysOff
+
+        ColumnLayout {
+            width: scroller.availableWidth
+            spacing: 0
+            Loader {
+                id: zonesSlot
+                Layout.fillWidth: true
+            }
+            DeviceSection {
+                devices: view.devices
+                locked: view.status.active
+                Layout.fillWidth: true
+                Layout.bottomMargin: 8
+            }
+        }
+    }
+    Divider {}
+    BottomBar {
+        id: bottomBar
+        status: view.status
+        Layout.fillWidth: true
+    }
+}

@@ -1,0 +1,103 @@
+#include "WindowFixture.h"
+
+#include <algorithm>
+
+using namespace coreaudio;
+
+namespace {
+
+struct Speaker {
+    const char* uid;
+    const char* name;
+    std::uint32_t transport;
+    float volume;
+};
+
+// Named as a user's devices would be, in an order that is not the window's (that is by name).
+constexpr Speaker kSpeakers[] = {
+    {"bt-kitchen", "Küchenbox", kAudioDeviceTransportTypeBluetooth, 0.6f},
+    {"usb-dac", "Schreibtisch-DAC", kAudioDeviceTransportTypeUSB, 0.8f},
+    {"builtin", "MacBook Pro-Lautsprecher", kAudioDeviceTransportTypeBuiltIn, 0.5f},
+    {"hdmi-tv", "Wohnzimmer-TV", kAudioDeviceTransportTypeHDMI, 0.35f},
+};
+
+} // namespace
+
+WindowFixture::WindowFixture(QObject* parent) : QObject(parent) {
+    reset();
+}
+
+WindowFixture::~WindowFixture() = default;
+
+void WindowFixture::reset(int count) {
+    // Views still bound to the old models let go of them when `rebuilt` hands out the new ones.
+    auto oldDevices = std::move(m_devices);
+    auto oldStatus = std::move(m_status);
+    auto oldAppearance = std::move(m_appearance);
+    auto oldController = std::move(m_controller);
+    auto oldSystem = std::move(m_system);
+    auto oldAudio = std::move(m_audio);
+
+    m_settings = std::make_unique<QSettings>(
+        m_folder.filePath(QStringLiteral("brivello-%1.conf").arg(reinterpret_cast<quintptr>(this))),
+        QSettings::IniFormat);
+    m_settings->clear();
+    m_audio = std::make_unique<CoreAudioStandIn>();
+    for (int i = 0; i < std::clamp(count, 0, 4); ++i) {
+        const Speaker& s = kSpeakers[i];
+        const auto id = m_audio->plug(
+            {.uid = s.uid, .name = s.name, .transport = s.transport, .volumes = {{0, {s.volume}}}});
+        if (s.transport == kAudioDeviceTransportTypeBuiltIn)
+            m_audio->setDefaultOutput(id);
+    }
+    m_system = std::make_unique<CoreAudioSystem>(*m_audio);
+    m_controller = std::make_unique<MultiOutputController>(*m_system);
+    m_devices = std::make_unique<DeviceListModel>(*m_controller);
+    m_status = std::make_unique<MultiOutputStatus>(*m_controller);
+    m_appearance = std::make_unique<AppearanceSetting>(m_settings.get());
+    emit rebuilt();
+    m_audio->clearRecords();
+}
+
+void WindowFixture::unplugAll() {
+    const auto present = m_audio->deviceList();
+    for (const auto id : present)
+        m_audio->unplug(id);
+}
+
+QString WindowFixture::uidAt(int row) const {
+    const auto& devices = m_controller->devices();
+    if (row < 0 || row >= static_cast<int>(devices.size()))
+        return {};
+    return QString::fromStdString(devices[row].uid);
+}
+
+int WindowFixture::multiOutputCreations() const {
+    return static_cast<int>(m_audio->creations().size());
+}
+
+QString WindowFixture::defaultOutputName() const {
+    const auto id = m_audio->defaultOutput();
+    for (const auto& device : m_controller->devices())
+        if (device.id == id)
+            return QString::fromStdString(device.name);
+    return id == 0 ? QString() : QStringLiteral("Brivello Multi-Output");
+}
+
+double WindowFixture::storedDelay(int row) const {
+    const auto id = m_controller->devices().at(row).id;
+    const auto& delays = m_controller->delaysMs();
+    auto it = delays.find(id);
+    return it == delays.end() ? -1 : it->second;
+}
+
+double WindowFixture::storedVolume(int row) const {
+    const auto id = m_controller->devices().at(row).id;
+    const auto& volumes = m_controller->volumes();
+    auto it = volumes.find(id);
+    return it == volumes.end() ? -1 : it->second;
+}
+
+void WindowFixture::changeVolume(int row, double volume) {
+    m_controller->setVolume(static_cast<float>(volume), m_controller->devices().at(row));
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "AppearanceSetting.h"
+#include "CoreAudioStandIn.h"
+#include "CoreAudioSystem.h"
+#include "DeviceListModel.h"
+#include "MultiOutputController.h"
+#include "MultiOutputStatus.h"
+
+#include <QObject>
+#include <QSettings>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+// The window's inputs over the in-memory Core Audio: a controller with up to four typed devices,
+// the models the views bind to, and an appearance setting in a settings file of its own. QML tests
+// and the screenshot program build the window from it and look at what the sound system got.
+class WindowFixture : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(DeviceListModel* devices READ devices NOTIFY rebuilt)
+    Q_PROPERTY(MultiOutputStatus* status READ status NOTIFY rebuilt)
+    Q_PROPERTY(AppearanceSetting* appearance READ appearance NOTIFY rebuilt)
+public:
+    explicit WindowFixture(QObject* parent = nullptr);
+    ~WindowFixture() override;
+
+    DeviceListModel* devices() const { return m_devices.get(); }
+    MultiOutputStatus* status() const { return m_status.get(); }
+    AppearanceSetting* appearance() const { return m_appearance.get(); }
+
+    // A fresh sound system with the first `count` of the four devices (Bluetooth speaker, USB
+    // DAC, built-in speakers, TV), the built-in ones as default output, and fresh models.
+    Q_INVOKABLE void reset(int count = 4);
+    Q_INVOKABLE void unplugAll();
+    // The UID of a device by its position in the window's list; "" past the end.
+    Q_INVOKABLE QString uidAt(int row) const;
+    Q_INVOKABLE int multiOutputCreations() const;
+    Q_INVOKABLE QString defaultOutputName() const;
+    Q_INVOKABLE double storedDelay(int row) const;
+    Q_INVOKABLE double storedVolume(int row) const;
+    // A volume set while no slider moves, as the menu-bar panel or a hot key would.
+    Q_INVOKABLE void changeVolume(int row, double volume);
+
+signals:
+    void rebuilt();
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<CoreAudioStandIn> m_audio;
+    std::unique_ptr<CoreAudioSystem> m_system;
+    std::unique_ptr<MultiOutputController> m_controller;
+    std::unique_ptr<DeviceListModel> m_devices;
+    std::unique_ptr<MultiOutputStatus> m_status;
+    std::unique_ptr<AppearanceSetting> m_appearance;
+};
