@@ -6,6 +6,7 @@
 #include "HotKeyCenter.h"
 #include "MultiOutputStatus.h"
 #include "SymbolImageProvider.h"
+#include "SystemColorScheme.h"
 #include "TerminationSignals.h"
 
 #include <QGuiApplication>
@@ -51,7 +52,8 @@ int main(int argc, char** argv) {
 #endif
 
     AppModel model(audio);
-    AppearanceSetting appearance;
+    SystemColorScheme systemScheme;
+    AppearanceSetting appearance(systemScheme);
     DeviceListModel devices(model.controller());
     MultiOutputStatus status(model.controller());
 

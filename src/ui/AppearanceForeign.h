@@ -3,7 +3,7 @@
 #include "AppearanceSetting.h"
 
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
+#include <QtQml/qqml.h>
 
 // The appearance choice lives in the application layer; the views know its type by this name.
 struct AppearanceSettingForeign {

@@ -141,12 +141,9 @@ Rectangle {
                 slider.value: row.delayMs
                 slider.Accessible.name: "Verzögerung " + row.name
                 slider.onMoved: row.devices.setDelay(row.deviceId, delayLine.slider.value)
-                // Letting go commits: while active that rebuilds the multi-output device once.
+                // Letting go commits, of the mouse or of an arrow key (the slider counts as pressed
+                // while one is held): while active that rebuilds the multi-output device once.
                 slider.onPressedChanged: if (!delayLine.slider.pressed) row.devices.commitDelays()
-                slider.Keys.onReleased: (event) => {
-                    if (!event.isAutoRepeat && row.isStepKey(event.key))
-                        row.devices.commitDelays()
-                }
             }
         }
     }
@@ -154,10 +151,5 @@ Rectangle {
     function toggle() {
         if (!locked)
             devices.toggle(deviceId)
-    }
-
-    function isStepKey(key) {
-        return key === Qt.Key_Left || key === Qt.Key_Right || key === Qt.Key_Up
-            || key === Qt.Key_Down
     }
 }

@@ -3,6 +3,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -13,7 +14,7 @@
 namespace {
 
 QVariant at(const QAbstractItemModel& model, int row, DeviceListModel::Role role) {
-    return model.data(model.index(row), role);
+    return model.data(model.index(row, 0), role);
 }
 
 void deliverNotifications() {
@@ -102,6 +103,8 @@ TEST(DeviceListModel, DevicesThatComeAndGoAreInsertedAndRemovedInPlace) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
+    // The appearance setting follows the system's palette: a GUI application without a screen.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -31,12 +31,13 @@ WindowFixture::~WindowFixture() = default;
 
 void WindowFixture::reset(int count) {
     // Views still bound to the old models let go of them when `rebuilt` hands out the new ones.
-    auto oldDevices = std::move(m_devices);
-    auto oldStatus = std::move(m_status);
-    auto oldAppearance = std::move(m_appearance);
-    auto oldController = std::move(m_controller);
-    auto oldSystem = std::move(m_system);
+    // Declared so that they end in the reverse order: models, controller, system, stand-in.
     auto oldAudio = std::move(m_audio);
+    auto oldSystem = std::move(m_system);
+    auto oldController = std::move(m_controller);
+    auto oldAppearance = std::move(m_appearance);
+    auto oldStatus = std::move(m_status);
+    auto oldDevices = std::move(m_devices);
 
     m_settings = std::make_unique<QSettings>(
         m_folder.filePath(QStringLiteral("brivello-%1.conf").arg(reinterpret_cast<quintptr>(this))),
@@ -54,7 +55,7 @@ void WindowFixture::reset(int count) {
     m_controller = std::make_unique<MultiOutputController>(*m_system);
     m_devices = std::make_unique<DeviceListModel>(*m_controller);
     m_status = std::make_unique<MultiOutputStatus>(*m_controller);
-    m_appearance = std::make_unique<AppearanceSetting>(m_settings.get());
+    m_appearance = std::make_unique<AppearanceSetting>(m_systemScheme, m_settings.get());
     emit rebuilt();
     m_audio->clearRecords();
 }

@@ -6,6 +6,7 @@
 #include "DeviceListModel.h"
 #include "MultiOutputController.h"
 #include "MultiOutputStatus.h"
+#include "SystemColorScheme.h"
 
 #include <QObject>
 #include <QSettings>
@@ -54,5 +55,6 @@ private:
     std::unique_ptr<MultiOutputController> m_controller;
     std::unique_ptr<DeviceListModel> m_devices;
     std::unique_ptr<MultiOutputStatus> m_status;
+    SystemColorScheme m_systemScheme;
     std::unique_ptr<AppearanceSetting> m_appearance;
 };
