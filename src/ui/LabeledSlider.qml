@@ -24,6 +24,34 @@ RowLayout {
         id: slider
         Layout.fillWidth: true
         focusPolicy: Qt.StrongFocus
+
+        background: Rectangle {
+            x: slider.leftPadding
+            y: slider.topPadding + (slider.availableHeight - height) / 2
+            implicitWidth: 120
+            implicitHeight: 4
+            width: slider.availableWidth
+            height: 4
+            radius: 2
+            color: Theme.track
+
+            Rectangle {
+                width: slider.visualPosition * parent.width
+                height: parent.height
+                radius: 2
+                color: Theme.accent
+            }
+        }
+        handle: Rectangle {
+            x: slider.leftPadding + slider.visualPosition * (slider.availableWidth - width)
+            y: slider.topPadding + (slider.availableHeight - height) / 2
+            implicitWidth: 16
+            implicitHeight: 16
+            radius: 8
+            color: slider.pressed ? Theme.controlPressed : Theme.knob
+            border.width: slider.visualFocus ? 2 : 1
+            border.color: slider.visualFocus ? Theme.focusRing : Theme.controlBorder
+        }
     }
     SymbolIcon {
         visible: line.trailingSymbol !== ""

@@ -12,6 +12,9 @@ QtObject {
     readonly property color separator: dark ? Qt.rgba(1, 1, 1, 0.10) : Qt.rgba(0, 0, 0, 0.10)
     readonly property color controlBackground: dark ? "#3a3a3e" : "#ffffff"
     readonly property color controlBorder: dark ? Qt.rgba(1, 1, 1, 0.12) : Qt.rgba(0, 0, 0, 0.16)
+    readonly property color controlPressed: dark ? "#4a4a50" : "#e8e8ec"
+    readonly property color knob: dark ? "#d8d8dc" : "#ffffff"
+    readonly property color track: dark ? Qt.rgba(1, 1, 1, 0.16) : Qt.rgba(0, 0, 0, 0.12)
     readonly property color hoverBackground: dark ? Qt.rgba(1, 1, 1, 0.05) : Qt.rgba(0, 0, 0, 0.035)
     readonly property color focusRing: Qt.rgba(accent.r, accent.g, accent.b, 0.6)
 

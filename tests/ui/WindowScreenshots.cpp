@@ -22,6 +22,7 @@ struct Scene {
     const char* name;
     int deviceCount;
     std::function<void(WindowFixture&)> arrange;
+    const char* clickedButton = nullptr; // by object name, pressed once the window shows
 };
 
 void tick(WindowFixture& fixture, std::initializer_list<int> rows) {
@@ -59,6 +60,7 @@ int main(int argc, char** argv) {
              tick(f, {0, 2, 3});
              f.status()->activate();
          }},
+        {"appearance-menu", 4, [](WindowFixture& f) { tick(f, {1}); }, "appearanceButton"},
     };
 
     WindowFixture fixture;
@@ -84,7 +86,10 @@ int main(int argc, char** argv) {
                 continue;
             }
             window->show();
-            QTest::qWait(400); // fades and meters settle
+            if (scene.clickedButton)
+                if (auto* button = window->findChild<QObject*>(scene.clickedButton))
+                    QMetaObject::invokeMethod(button, "clicked");
+            QTest::qWait(400); // fades, menus and meters settle
             const QString file =
                 folder.filePath(QStringLiteral("%1-%2.png").arg(scene.name, scheme));
             if (!window->grabWindow().save(file))
