@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the dependencies, builds Brivello and launches it. It uses the sound server of the
+# Installs the dependencies, builds Brivello and opens its window. It uses the sound server of the
 # session; on a machine without one (headless, a container) it starts a private PulseAudio with
-# four virtual speakers, and without an X display a private Xvfb for the global hot keys.
+# four virtual speakers, and without an X display a private Xvfb for the window and the hot keys.
 # Ctrl-C ends Brivello cleanly: the previous default output comes back.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -34,9 +34,9 @@ if [[ -z ${DISPLAY:-} ]]; then
     xvfb_pid=$!
     read -r -t 10 display_number <&"$display_fd"
     export DISPLAY=":$display_number"
-    echo "No X display: global hot keys are grabbed on a private Xvfb, $DISPLAY"
-    echo "(press them there with: DISPLAY=$DISPLAY xdotool key ctrl+alt+a)."
+    echo "No X display: the window opens on a private Xvfb, $DISPLAY. Drive it there with xdotool"
+    echo "(DISPLAY=$DISPLAY xdotool search --name Brivello), or see it with ./scripts/screenshots.sh."
 fi
 
-echo "Starting Brivello; Ctrl-C ends it."
+echo "Starting Brivello; closing its window or Ctrl-C ends it."
 ./build/src/app/brivello
