@@ -2,6 +2,7 @@
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
 
 namespace {
 
@@ -24,8 +25,10 @@ PortalColorScheme::PortalColorScheme(QDBusConnection bus, std::function<void()> 
     : m_bus(std::move(bus)), m_changed(std::move(changed)) {
     if (!m_bus.isConnected())
         return;
+    // Taking the whole message: Qt 6.4 does not match a slot typed (QString, QString,
+    // QDBusVariant) to this signal.
     m_bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
-                  SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+                  SLOT(onSettingChanged(QDBusMessage)));
     ask(QStringLiteral("ReadOne"));
 }
 
@@ -52,12 +55,13 @@ void PortalColorScheme::answered(QDBusPendingCallWatcher* call, bool readOne) {
     take(reply.arguments().value(0));
 }
 
-void PortalColorScheme::onSettingChanged(const QString& nameSpace, const QString& key,
-                                         const QDBusVariant& value) {
-    if (nameSpace != appearanceNamespace || key != colorSchemeKey)
+void PortalColorScheme::onSettingChanged(const QDBusMessage& message) {
+    const QVariantList args = message.arguments();
+    if (args.size() != 3 || args[0].toString() != appearanceNamespace ||
+        args[1].toString() != colorSchemeKey)
         return;
     m_heardChange = true;
-    take(value.variant());
+    take(args[2]);
 }
 
 void PortalColorScheme::take(const QVariant& value) {

@@ -3,7 +3,7 @@
 #include "ColorSchemeSource.h"
 
 #include <QDBusConnection>
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
 
 class QDBusPendingCallWatcher;
@@ -18,8 +18,9 @@ public:
 
     std::optional<bool> prefersDark() const override { return m_prefersDark; }
 
-private slots:
-    void onSettingChanged(const QString& nameSpace, const QString& key, const QDBusVariant& value);
+public slots:
+    // The portal's SettingChanged(namespace, key, value); public, as QtDBus requires.
+    void onSettingChanged(const QDBusMessage& message);
 
 private:
     void ask(const QString& method);
