@@ -1,5 +1,6 @@
 #include "SymbolImageProvider.h"
 #include "LucideIcon.h"
+#include "SymbolIcon.h"
 #include "SymbolRenderer.h"
 #include "SymbolTable.h"
 
@@ -89,6 +90,12 @@ TEST(SymbolImageProvider, DrawsTheColourAndSizeAskedAndAQuestionMarkForWhatItDoe
     EXPECT_EQ(logo, renderAppLogo({64, 64}));
     EXPECT_FALSE(onlyColor(logo, logo.pixelColor(32, 60)));
     EXPECT_FALSE(onlyColor(logo, Qt::red));
+
+    // The window icon holds the logo drawn at each size, not one drawing scaled.
+    EXPECT_EQ(
+        appLogoIcon().pixmap(64).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
+        logo);
+    EXPECT_GE(appLogoIcon().availableSizes().size(), 8);
 }
 
 // The ids as QML writes them into image:// URLs, where '#' may stand as it is or come encoded.
