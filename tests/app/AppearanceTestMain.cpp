@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#ifndef Q_OS_DARWIN
 namespace {
 
 // A dbus-daemon of the test's own that starts no services on demand, so nothing of the machine
@@ -33,6 +34,7 @@ QByteArray startPrivateSessionBus(QProcess& daemon, const QTemporaryDir& dir) {
 }
 
 } // namespace
+#endif
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
