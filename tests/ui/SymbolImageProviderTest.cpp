@@ -17,10 +17,6 @@ namespace {
 
 int messages = 0;
 
-void countMessage(QtMsgType, const QMessageLogContext&, const QString&) {
-    ++messages;
-}
-
 // The colour of every pixel that is not see-through, unpremultiplied; antialiased edges may
 // round by a step or two.
 bool onlyColor(const QImage& image, QColor color) {
@@ -65,7 +61,8 @@ TEST(SymbolImageProvider, DrawsTheColourAndSizeAskedAndAQuestionMarkForWhatItDoe
     EXPECT_TRUE(onlyColor(faded, Qt::red));
 
     // Bad input draws something sensible and says nothing.
-    const QtMessageHandler previous = qInstallMessageHandler(countMessage);
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString&) { ++messages; });
     const QImage unknown =
         provider.requestImage(QStringLiteral("no.such.symbol?color=#00ff00"), &natural, {32, 32});
     const QImage badColor =
