@@ -123,20 +123,14 @@ std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
     return it != devices.end() ? *it : devices.front();
 }
 
-std::map<std::string, double> MultiOutputController::latencyFrames() const {
-    const auto devices = selectedDevices();
-    std::vector<AudioDeviceID> ids;
-    for (const auto& device : devices)
-        ids.push_back(device.id);
-    const double rate = m_audio.commonSampleRate(ids);
-
-    std::map<std::string, double> frames;
-    for (const auto& device : devices) {
+std::map<std::string, double> MultiOutputController::latencyMs() const {
+    std::map<std::string, double> delays;
+    for (const auto& device : selectedDevices()) {
         auto delay = m_delaysMs.find(device.id);
         if (delay != m_delaysMs.end() && delay->second > 0)
-            frames[device.uid] = rate * (delay->second / 1000.0);
+            delays[device.uid] = delay->second;
     }
-    return frames;
+    return delays;
 }
 
 void MultiOutputController::activate() {
@@ -146,7 +140,7 @@ void MultiOutputController::activate() {
         return;
 
     m_previousDefaultOutput = m_audio.defaultOutputDevice();
-    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyFrames());
+    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyMs());
     if (!created) {
         setStatusMessage(QString::fromUtf8("Multi-Output-Gerät konnte nicht erstellt werden."));
         return;
@@ -196,7 +190,7 @@ void MultiOutputController::rebuildAggregate() {
     if (m_aggregateID)
         m_audio.removeDevice(*m_aggregateID);
     const auto devices = selectedDevices();
-    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyFrames());
+    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyMs());
     if (!created)
         return;
     m_audio.setDefaultOutputDevice(*created);

@@ -54,8 +54,9 @@ public:
     // multi-output device behind.
     void teardown();
 
-    // The extra latency per selected device's uid, in frames at the common sample rate.
-    std::map<std::string, double> latencyFrames() const;
+    // The extra latency per selected device's uid, in milliseconds; devices without one are left
+    // out.
+    std::map<std::string, double> latencyMs() const;
 
 signals:
     void devicesChanged();

@@ -26,6 +26,8 @@ static_assert(coreaudio::kAudioDevicePropertyAvailableNominalSampleRates ==
               ::kAudioDevicePropertyAvailableNominalSampleRates);
 static_assert(coreaudio::kAudioDevicePropertyNominalSampleRate ==
               ::kAudioDevicePropertyNominalSampleRate);
+static_assert(coreaudio::kAudioAggregateDevicePropertyActiveSubDeviceList ==
+              ::kAudioAggregateDevicePropertyActiveSubDeviceList);
 static_assert(coreaudio::kAudioDeviceTransportTypeBuiltIn == ::kAudioDeviceTransportTypeBuiltIn);
 static_assert(coreaudio::kAudioDeviceTransportTypeAggregate ==
               ::kAudioDeviceTransportTypeAggregate);

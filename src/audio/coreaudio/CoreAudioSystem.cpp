@@ -42,8 +42,12 @@ double CoreAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devic
 std::optional<AudioDeviceID>
 CoreAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& devices,
                                    const std::string& masterUID,
-                                   const std::map<std::string, double>& extraLatencyFrames) {
-    return CoreAudioHAL::createMultiOutput(m_api, devices, masterUID, extraLatencyFrames);
+                                   const std::map<std::string, double>& extraLatencyMs) {
+    return CoreAudioHAL::createMultiOutput(m_api, devices, masterUID, extraLatencyMs);
+}
+
+std::vector<std::string> CoreAudioSystem::multiOutputMembers() {
+    return CoreAudioHAL::multiOutputMembers(m_api);
 }
 
 void CoreAudioSystem::destroyExistingMultiOutput() {
@@ -89,4 +93,8 @@ void CoreAudioSystem::setDeviceListListener(std::function<void()> listener) {
                                        if (auto listener = *current)
                                            listener();
                                    });
+}
+
+void CoreAudioSystem::setVolumeListener(std::function<void(AudioDeviceID)> listener) {
+    m_volumeListener = std::move(listener);
 }

@@ -20,13 +20,15 @@ public:
     double commonSampleRate(const std::vector<AudioDeviceID>& devices) override;
     std::optional<AudioDeviceID>
     createMultiOutput(const std::vector<AudioOutputDevice>& devices, const std::string& masterUID,
-                      const std::map<std::string, double>& extraLatencyFrames) override;
+                      const std::map<std::string, double>& extraLatencyMs) override;
+    std::vector<std::string> multiOutputMembers() override;
     void destroyExistingMultiOutput() override;
     void removeDevice(AudioDeviceID device) override;
     AudioDeviceID defaultOutputDevice() override;
     std::int32_t setDefaultOutputDevice(AudioDeviceID device) override;
     void unmute(AudioDeviceID device) override;
     void setDeviceListListener(std::function<void()> listener) override;
+    void setVolumeListener(std::function<void(AudioDeviceID)> listener) override;
 
 private:
     CoreAudioApi& m_api;
@@ -35,4 +37,5 @@ private:
     // re-registration and a late notification after our end finds nothing to call.
     std::shared_ptr<std::function<void()>> m_listener = std::make_shared<std::function<void()>>();
     bool m_listenerRegistered = false;
+    std::function<void(AudioDeviceID)> m_volumeListener;
 };

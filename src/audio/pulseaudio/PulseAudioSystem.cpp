@@ -93,6 +93,12 @@ void PulseAudioSystem::notifyListener() {
     heal();
     if (m_listener)
         m_listener();
+    // Sink events do not say what changed: every device is offered, the listener reads the
+    // current volume and keeps only real changes.
+    if (m_volumeListener)
+        for (const auto& sink : m_connection.sinks())
+            if (!isOwnSink(sink))
+                m_volumeListener(m_ids.idFor(sink.name, sink.index));
 }
 
 void PulseAudioSystem::tryReconnect() {
@@ -111,6 +117,10 @@ std::optional<PulseConnection::Sink> PulseAudioSystem::sinkOf(AudioDeviceID devi
 
 void PulseAudioSystem::setDeviceListListener(std::function<void()> listener) {
     m_listener = std::move(listener);
+}
+
+void PulseAudioSystem::setVolumeListener(std::function<void(AudioDeviceID)> listener) {
+    m_volumeListener = std::move(listener);
 }
 
 std::vector<AudioOutputDevice> PulseAudioSystem::outputDevices() {
@@ -133,8 +143,7 @@ std::optional<float> PulseAudioSystem::volume(AudioDeviceID device) {
     const auto sink = sinkOf(device);
     if (!sink || sink->volume.channels == 0)
         return std::nullopt;
-    const double level = static_cast<double>(pa_cvolume_max(&sink->volume)) / PA_VOLUME_NORM;
-    return static_cast<float>(std::clamp(level, 0.0, 1.0));
+    return static_cast<float>(static_cast<double>(pa_cvolume_max(&sink->volume)) / PA_VOLUME_NORM);
 }
 
 bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
@@ -172,7 +181,7 @@ double PulseAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devi
 std::optional<AudioDeviceID>
 PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& devices,
                                     const std::string& /*masterUID*/,
-                                    const std::map<std::string, double>& extraLatencyFrames) {
+                                    const std::map<std::string, double>& extraLatencyMs) {
     // Every loopback resamples adaptively to the null sink's clock, so there is no master to
     // pick: each device, the master included, is held to the same timeline.
     if (devices.empty())
@@ -181,7 +190,7 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
     std::vector<std::string> uids;
     for (const auto& device : devices)
         uids.push_back(device.uid);
-    MultiOutputRecipe recipe{std::move(uids), extraLatencyFrames, kFallbackRate};
+    MultiOutputRecipe recipe{std::move(uids), extraLatencyMs, kFallbackRate};
     const auto ownSink = build(recipe);
     if (!ownSink)
         return std::nullopt;
@@ -248,9 +257,9 @@ std::optional<PulseConnection::Sink> PulseAudioSystem::build(MultiOutputRecipe& 
 bool PulseAudioSystem::loadLoopback(const MultiOutputRecipe& recipe, const Sink& ownSink,
                                     const Sink& member) {
     double delayMs = 0;
-    if (auto frames = recipe.extraLatencyFrames.find(member.name);
-        frames != recipe.extraLatencyFrames.end() && frames->second >= 1)
-        delayMs = frames->second / recipe.rate * 1000.0;
+    if (auto delay = recipe.extraLatencyMs.find(member.name);
+        delay != recipe.extraLatencyMs.end() && delay->second > 0)
+        delayMs = delay->second;
     const auto latencyMs = std::lround(kBaseLatencyMs + delayMs);
     const std::vector<std::pair<std::string, std::string>> marker{{kMarkerProperty, "loopback"}};
     auto inputProperties = marker;
@@ -295,14 +304,29 @@ void PulseAudioSystem::heal() {
         const auto* member = findByName(sinks, uid);
         if (!member)
             continue;
-        const auto argument = loopbackSinkArgument(uid);
-        const bool playing = std::any_of(modules.begin(), modules.end(), [&](const auto& m) {
-            return m.name == "module-loopback" && mentionsOwnSink(m) &&
-                   m.argument.find(argument + " ") != std::string::npos;
-        });
-        if (!playing)
+        if (!hasLoopback(modules, uid))
             loadLoopback(*m_liveMultiOutput, *own, *member);
     }
+}
+
+bool PulseAudioSystem::hasLoopback(const std::vector<PulseConnection::Module>& modules,
+                                   const std::string& uid) {
+    const auto argument = loopbackSinkArgument(uid);
+    return std::any_of(modules.begin(), modules.end(), [&](const auto& m) {
+        return m.name == "module-loopback" && mentionsOwnSink(m) &&
+               m.argument.find(argument + " ") != std::string::npos;
+    });
+}
+
+std::vector<std::string> PulseAudioSystem::multiOutputMembers() {
+    if (!m_liveMultiOutput)
+        return {};
+    const auto modules = m_connection.modules();
+    std::vector<std::string> members;
+    for (const auto& uid : m_liveMultiOutput->memberUIDs)
+        if (hasLoopback(modules, uid))
+            members.push_back(uid);
+    return members;
 }
 
 std::string PulseAudioSystem::realDefault(const std::vector<Sink>& sinks) {

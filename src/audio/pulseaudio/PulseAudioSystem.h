@@ -32,13 +32,15 @@ public:
     double commonSampleRate(const std::vector<AudioDeviceID>& devices) override;
     std::optional<AudioDeviceID>
     createMultiOutput(const std::vector<AudioOutputDevice>& devices, const std::string& masterUID,
-                      const std::map<std::string, double>& extraLatencyFrames) override;
+                      const std::map<std::string, double>& extraLatencyMs) override;
+    std::vector<std::string> multiOutputMembers() override;
     void destroyExistingMultiOutput() override;
     void removeDevice(AudioDeviceID device) override;
     AudioDeviceID defaultOutputDevice() override;
     std::int32_t setDefaultOutputDevice(AudioDeviceID device) override;
     void unmute(AudioDeviceID device) override;
     void setDeviceListListener(std::function<void()> listener) override;
+    void setVolumeListener(std::function<void(AudioDeviceID)> listener) override;
 
     bool isConnected() { return m_connection.isConnected(); }
 
@@ -59,13 +61,16 @@ private:
     // What the multi-output device is made of, by sink name, so it can be made again.
     struct MultiOutputRecipe {
         std::vector<std::string> memberUIDs;
-        std::map<std::string, double> extraLatencyFrames;
+        std::map<std::string, double> extraLatencyMs;
         double rate; // the null sink's, set when it is built
     };
 
     std::optional<PulseConnection::Sink> sinkOf(AudioDeviceID device);
     // Loads the null sink and a loopback per present member; the null sink, absent on failure.
     std::optional<PulseConnection::Sink> build(MultiOutputRecipe& recipe);
+    // Whether a loopback of the multi-output device plays on the sink named `uid`.
+    static bool hasLoopback(const std::vector<PulseConnection::Module>& modules,
+                            const std::string& uid);
     bool loadLoopback(const MultiOutputRecipe& recipe, const PulseConnection::Sink& ownSink,
                       const PulseConnection::Sink& member);
     // While the controller holds the multi-output device, keeps it whole: after a server restart
@@ -82,6 +87,7 @@ private:
     std::unique_ptr<QObject> m_mainThread; // receives the hops from libpulse's thread
     QTimer m_reconnectTimer;
     std::function<void()> m_listener;
+    std::function<void(AudioDeviceID)> m_volumeListener;
     std::atomic<bool> m_changePending{false};
     std::string m_realDefault; // the default output the multi-output device stands in for
     SinkIDs m_ids;

@@ -50,15 +50,30 @@ ObjectID CoreAudioStandIn::plug(const Device& device, ObjectID id) {
     setValue(id, global(kAudioDevicePropertyNominalSampleRate), 44100.0, true);
     m_devices.push_back(id);
     setArray(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices), m_devices);
+    updateActiveSubdevices();
     notifyDeviceListChanged();
     return id;
 }
 
 void CoreAudioStandIn::unplug(ObjectID device) {
     m_objects.erase(device);
+    m_subdeviceUIDs.erase(device);
     std::erase(m_devices, device);
     setArray(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices), m_devices);
+    updateActiveSubdevices();
     notifyDeviceListChanged();
+}
+
+void CoreAudioStandIn::updateActiveSubdevices() {
+    for (const auto& [aggregate, uids] : m_subdeviceUIDs) {
+        std::vector<ObjectID> active;
+        for (const auto& uid : uids)
+            for (ObjectID device : m_devices)
+                if (m_objects[device][global(kAudioDevicePropertyDeviceUID)].value ==
+                    Property{StringReference(uid)}.value)
+                    active.push_back(device);
+        setArray(aggregate, global(kAudioAggregateDevicePropertyActiveSubDeviceList), active);
+    }
 }
 
 ObjectID CoreAudioStandIn::defaultOutput() const {
@@ -191,6 +206,12 @@ Status CoreAudioStandIn::createAggregateDevice(const DescriptionDictionary& desc
             return kAudioHardwareIllegalOperationError;
     outDeviceID =
         plug({uidText, std::get<std::string>(name->value), kAudioDeviceTransportTypeAggregate});
+    auto& subdevices = m_subdeviceUIDs[outDeviceID];
+    if (const auto* list = coreaudio::find(description, "subdevices"))
+        for (const auto& subdevice : std::get<DescriptionArray>(list->value))
+            subdevices.push_back(std::get<std::string>(
+                coreaudio::find(std::get<DescriptionDictionary>(subdevice.value), "uid")->value));
+    updateActiveSubdevices();
     return kAudioHardwareNoError;
 }
 

@@ -122,6 +122,8 @@ private:
     void setArray(ObjectID object, const PropertyAddress& address, const std::vector<T>& values) {
         m_objects[object][address] = {bytes(values.data(), values.size() * sizeof(T)), sizeof(T)};
     }
+    // Each aggregate's active subdevices: those of its subdevice UIDs that are plugged in.
+    void updateActiveSubdevices();
     // Runs a pending beforeNextCall action; a forced status, if any.
     std::optional<Status> enter(Call call, ObjectID object, const PropertyAddress* address);
     // Sets `property` when the call reaches it; else the status Core Audio gives.
@@ -129,6 +131,7 @@ private:
 
     std::map<ObjectID, std::map<PropertyAddress, Property>> m_objects;
     std::vector<ObjectID> m_devices;
+    std::map<ObjectID, std::vector<std::string>> m_subdeviceUIDs; // by aggregate
     ObjectID m_nextID = 100;
     std::vector<std::tuple<Call, Status, ObjectID, std::optional<PropertyAddress>>> m_failures;
     std::map<Call, std::function<void()>> m_pending;
