@@ -5,9 +5,10 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 
 // The controller's view of Core Audio: the device queries and the multi-output device of
-// CoreAudioHAL, plus the default output, mute and the device-list listener.
+// CoreAudioHAL, plus the default output, mute, and the device-list and volume listeners.
 class CoreAudioSystem : public AudioSystem {
 public:
     // `api` must outlive this object.
@@ -31,11 +32,17 @@ public:
     void setVolumeListener(std::function<void(AudioDeviceID)> listener) override;
 
 private:
+    // Listens to the volume and mute of every listed device, afresh on each listing: a device
+    // that went away took its listeners with it, even if it is back under the same id.
+    void watchVolumes(const std::vector<AudioOutputDevice>& devices);
+
     CoreAudioApi& m_api;
     // Core Audio keeps the registered block for the life of the process; the block reaches the
     // current listener through this, so replacing or dropping the listener needs no
     // re-registration and a late notification after our end finds nothing to call.
     std::shared_ptr<std::function<void()>> m_listener = std::make_shared<std::function<void()>>();
     bool m_listenerRegistered = false;
-    std::function<void(AudioDeviceID)> m_volumeListener;
+    std::shared_ptr<std::function<void(AudioDeviceID)>> m_volumeListener =
+        std::make_shared<std::function<void(AudioDeviceID)>>();
+    std::set<AudioDeviceID> m_watched;
 };

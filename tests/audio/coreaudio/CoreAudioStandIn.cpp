@@ -57,6 +57,8 @@ ObjectID CoreAudioStandIn::plug(const Device& device, ObjectID id) {
 
 void CoreAudioStandIn::unplug(ObjectID device) {
     m_objects.erase(device);
+    std::erase_if(m_listeners,
+                  [device](const auto& entry) { return std::get<0>(entry) == device; });
     m_subdeviceUIDs.erase(device);
     std::erase(m_devices, device);
     setArray(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices), m_devices);
@@ -88,19 +90,30 @@ void CoreAudioStandIn::setDefaultOutput(ObjectID device) {
 }
 
 void CoreAudioStandIn::notifyDeviceListChanged() {
-    const auto address = global(kAudioHardwarePropertyDevices);
+    notify(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices));
+}
+
+void CoreAudioStandIn::notify(ObjectID object, const PropertyAddress& address) {
     auto* app = QCoreApplication::instance();
-    for (const auto& [object, listened, listener] : m_listeners)
-        if (app && object == kAudioObjectSystemObject && listened == address)
+    for (const auto& [listenedObject, listened, listener] : m_listeners)
+        if (app && listenedObject == object && listened == address)
             QMetaObject::invokeMethod(
                 app, [listener = listener, address] { listener(1, &address); },
                 Qt::QueuedConnection);
+}
+
+std::size_t CoreAudioStandIn::listenerCount(ObjectID object, const PropertyAddress& address) const {
+    return std::count_if(m_listeners.begin(), m_listeners.end(), [&](const auto& entry) {
+        return std::get<0>(entry) == object && std::get<1>(entry) == address;
+    });
 }
 
 std::optional<Status> CoreAudioStandIn::enter(Call call, ObjectID object,
                                               const PropertyAddress* address) {
     if (auto pending = m_pending.extract(call))
         pending.mapped()();
+    if (auto next = m_nextStatus.extract(call))
+        return next.mapped();
     for (auto rule = m_failures.rbegin(); rule != m_failures.rend(); ++rule)
         if (auto& [kind, status, one, property] = *rule;
             kind == call && (!one || one == object) &&
@@ -172,7 +185,11 @@ Status CoreAudioStandIn::setPropertyData(ObjectID object, const PropertyAddress&
         return kAudioHardwareUnsupportedOperationError;
     if (dataSize != current->size())
         return kAudioHardwareBadPropertySizeError;
-    *current = bytes(data, dataSize);
+    const auto written = bytes(data, dataSize);
+    if (*current != written) {
+        *current = written;
+        notify(object, address);
+    }
     return kAudioHardwareNoError;
 }
 
@@ -249,4 +266,14 @@ std::string describe(const DescriptionValue& value) {
         for (const auto& [key, entry] : std::get<DescriptionDictionary>(value.value))
             inner += (inner.empty() ? "" : ", ") + key + ": " + describe(entry);
     return array ? '[' + inner + ']' : '{' + inner + '}';
+}
+
+Status CoreAudioStandIn::removePropertyListenerBlocks(ObjectID object,
+                                                      const PropertyAddress& address) {
+    if (auto forced = enter(Call::unlisten, object, &address))
+        return *forced;
+    const auto removed = std::erase_if(m_listeners, [&](const auto& entry) {
+        return std::get<0>(entry) == object && std::get<1>(entry) == address;
+    });
+    return removed > 0 ? kAudioHardwareNoError : kAudioHardwareBadObjectError;
 }
