@@ -140,7 +140,8 @@ void MultiOutputController::activate() {
         return;
 
     m_previousDefaultOutput = m_audio.defaultOutputDevice();
-    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyMs());
+    const auto delays = latencyMs();
+    const auto created = m_audio.createMultiOutput(devices, master->uid, delays);
     if (!created) {
         setStatusMessage(QString::fromUtf8("Multi-Output-Gerät konnte nicht erstellt werden."));
         return;
@@ -151,29 +152,49 @@ void MultiOutputController::activate() {
         return;
     }
     m_aggregateID = *created;
+    m_appliedDelaysMs = delays;
     setActive(true);
     for (const auto& device : devices)
-        makeAudible(device.id);
+        makeAudible(device);
     setStatusMessage(QString::fromUtf8("Aktiv – Ton spielt auf %1 Geräten.")
                          .arg(static_cast<qlonglong>(devices.size())));
 }
 
+bool MultiOutputController::ownsDefaultOutput() {
+    if (!m_aggregateID)
+        return false;
+    const AudioDeviceID current = m_audio.defaultOutputDevice();
+    // Unreadable: the sound must not be left on a device about to go.
+    return current == 0 || current == *m_aggregateID;
+}
+
 void MultiOutputController::deactivate() {
+    // A default the user picked meanwhile is theirs; only Brivello's own is handed back.
+    switchOff(ownsDefaultOutput());
+}
+
+void MultiOutputController::switchOff(bool restoreDefault) {
     // The default goes back first, so the sound never points at a device that is being removed.
-    if (m_previousDefaultOutput && *m_previousDefaultOutput != 0)
+    if (restoreDefault && m_previousDefaultOutput && *m_previousDefaultOutput != 0)
         m_audio.setDefaultOutputDevice(*m_previousDefaultOutput);
     if (m_aggregateID)
         m_audio.removeDevice(*m_aggregateID);
     m_aggregateID.reset();
     m_previousDefaultOutput.reset();
+    m_appliedDelaysMs.clear();
     setActive(false);
     setActiveZoneID(std::nullopt);
     setStatusMessage(std::nullopt);
 }
 
-void MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) {
+bool MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) {
+    auto listed = std::find_if(m_devices.begin(), m_devices.end(),
+                               [device](const AudioOutputDevice& d) { return d.id == device; });
+    if (listed == m_devices.end() || !(milliseconds >= 0 && milliseconds <= kMaxDelayMs))
+        return false; // also refuses NaN
     m_delaysMs[device] = milliseconds;
     emit delaysMsChanged();
+    return true;
 }
 
 void MultiOutputController::commitDelays() {
@@ -181,36 +202,62 @@ void MultiOutputController::commitDelays() {
         rebuildAggregate();
 }
 
-void MultiOutputController::rebuildAggregate() {
-    if (!m_isActive)
-        return;
+bool MultiOutputController::createAggregate(const std::map<std::string, double>& delays,
+                                            bool makeDefault) {
     const auto master = masterDevice();
     if (!master)
-        return;
+        return false;
     if (m_aggregateID)
         m_audio.removeDevice(*m_aggregateID);
+    m_aggregateID.reset();
     const auto devices = selectedDevices();
-    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyMs());
+    const auto created = m_audio.createMultiOutput(devices, master->uid, delays);
     if (!created)
-        return;
-    m_audio.setDefaultOutputDevice(*created);
+        return false;
+    if (makeDefault)
+        m_audio.setDefaultOutputDevice(*created);
     m_aggregateID = *created;
+    m_appliedDelaysMs = delays;
     for (const auto& device : devices)
-        makeAudible(device.id);
+        makeAudible(device);
+    return true;
 }
 
-void MultiOutputController::makeAudible(AudioDeviceID device) {
-    m_audio.unmute(device);
+void MultiOutputController::rebuildAggregate() {
+    if (!m_isActive || !masterDevice())
+        return;
+    const bool makeDefault = ownsDefaultOutput();
+    const auto previousDelays = m_appliedDelaysMs;
+    if (createAggregate(latencyMs(), makeDefault))
+        return;
+    // The new delays were refused: the sound goes on as it was, and the delays say so.
+    if (createAggregate(previousDelays, makeDefault)) {
+        for (const auto& device : selectedDevices()) {
+            auto applied = previousDelays.find(device.uid);
+            const double delay = applied == previousDelays.end() ? 0.0 : applied->second;
+            m_delaysMs[device.id] = delay;
+        }
+        emit delaysMsChanged();
+        setStatusMessage(QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
+        return;
+    }
+    // Nothing plays: off, with the sound back where it was before switching on.
+    switchOff(true);
+    setStatusMessage(QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
+}
+
+void MultiOutputController::makeAudible(const AudioOutputDevice& device) {
+    m_audio.unmute(device.id);
     float level = 1.0f;
-    if (auto read = m_audio.volume(device))
+    if (auto read = m_audio.volume(device.id))
         level = *read;
-    else if (auto stored = m_volumes.find(device); stored != m_volumes.end())
+    else if (auto stored = m_volumes.find(device.id); stored != m_volumes.end())
         level = stored->second;
     if (level < kInaudibleBelow) {
         level = kAudibleLevel;
-        m_audio.setVolume(kAudibleLevel, device);
+        m_audio.setVolume(kAudibleLevel, device.id);
     }
-    m_volumes[device] = level;
+    m_volumes[device.id] = level;
     emit volumesChanged();
 }
 

@@ -42,13 +42,18 @@ public:
     void toggle(AudioDeviceID device);
     void activate();
     void deactivate();
-    // A delay edit in progress: only the stored value changes.
-    void setDelay(AudioDeviceID device, double milliseconds);
+    // A delay edit in progress: only the stored value changes. A delay outside 0…kMaxDelayMs, or
+    // for a device that is not listed, is refused and changes nothing.
+    bool setDelay(AudioDeviceID device, double milliseconds);
     // The end of a delay edit: while active the multi-output device is rebuilt with it.
     void commitDelays();
     void setVolume(float volume, const AudioOutputDevice& device);
     void activateZone(const Zone& zone);
     bool zoneIsAvailable(const Zone& zone) const;
+
+    // Far beyond any device's lag (the slider stops at 400 ms) and well inside what every
+    // platform accepts as an extra latency.
+    static constexpr double kMaxDelayMs = 5000.0;
 
     // The application is ending: put the previous default output back and leave no
     // multi-output device behind.
@@ -71,8 +76,14 @@ signals:
 
 private:
     std::optional<AudioOutputDevice> masterDevice() const;
+    // Replaces any multi-output device with one of the selected devices at these delays and makes
+    // it the default output when `makeDefault`; false when it could not be created.
+    bool createAggregate(const std::map<std::string, double>& delays, bool makeDefault);
     void rebuildAggregate();
-    void makeAudible(AudioDeviceID device);
+    // Whether Brivello's device is the default output, as far as the platform tells.
+    bool ownsDefaultOutput();
+    void switchOff(bool restoreDefault);
+    void makeAudible(const AudioOutputDevice& device);
     void installDeviceChangeListener();
     void setSelected(std::set<AudioDeviceID> selected);
     void setActive(bool active);
@@ -89,4 +100,6 @@ private:
     std::optional<QUuid> m_activeZoneID;
     std::optional<AudioDeviceID> m_aggregateID;
     std::optional<AudioDeviceID> m_previousDefaultOutput;
+    // While active: the delays the live device plays with.
+    std::map<std::string, double> m_appliedDelaysMs;
 };

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 
 // The controller on top of the real Core Audio algorithms, over the in-memory Core Audio.
@@ -121,7 +122,7 @@ TEST_F(Controller, FollowsTheDeviceListAndGivesAReturningDeviceItsDelayBack) {
     EXPECT_EQ(controller->delaysMs().at(headset), 250);
 }
 
-TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrder) {
+TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUsersDefault) {
     audio.setValue(speakers, kVolume, 0.02f, true);
     audio.setValue(speakers, kMute, std::uint32_t{1}, true);
     audio.setValue(usb, kVolume, 0.05f, true);
@@ -133,6 +134,7 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrder) {
 
     controller->activate();
     ASSERT_TRUE(controller->isActive());
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 3 Geräten."));
     ASSERT_EQ(audio.creations().size(), 1u);
     EXPECT_EQ(entry(audio.creations()[0], "master"), R"("speakers")")
         << "the first selected device that is not Bluetooth";
@@ -163,6 +165,51 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrder) {
     controller->deactivate();
     EXPECT_EQ(defaultAtRemoval, speakers) << "the previous default comes back first";
     EXPECT_TRUE(multiOutputs().empty());
+
+    // The user picks the USB DAC while active: neither a rebuild nor switching off takes it away.
+    controller->activate();
+    audio.setDefaultOutput(usb);
+    controller->commitDelays();
+    EXPECT_EQ(audio.defaultOutput(), usb);
+    controller->deactivate();
+    EXPECT_EQ(audio.defaultOutput(), usb);
+    EXPECT_TRUE(multiOutputs().empty());
+}
+
+TEST_F(Controller, ARefusedDelayLeavesTheSoundAsItWasOrSwitchesOffCleanly) {
+    controller->toggle(speakers);
+    controller->toggle(usb);
+    controller->activate();
+    const auto playing = multiOutputs();
+    ASSERT_EQ(playing.size(), 1u);
+
+    // Beyond what the platform takes, or no number at all: refused, nothing changes.
+    for (double refused : {60000.0, -1.0, std::nan("")})
+        controller->setDelay(usb, refused);
+    EXPECT_EQ(controller->delaysMs().at(usb), 0);
+    EXPECT_EQ(audio.creations().size(), 1u);
+
+    // The platform refuses the new delays: the device comes back as it was.
+    controller->setDelay(usb, 20);
+    audio.failNext(Call::create, kAudio_ParamError);
+    controller->commitDelays();
+    EXPECT_TRUE(controller->isActive());
+    ASSERT_EQ(audio.creations().size(), 3u);
+    EXPECT_EQ(entry(audio.creations()[2], "subdevices"),
+              R"([{uid: "speakers", drift: 0}, {uid: "usb", drift: 1}])");
+    ASSERT_EQ(multiOutputs().size(), 1u);
+    EXPECT_EQ(audio.defaultOutput(), multiOutputs()[0]);
+    EXPECT_EQ(controller->delaysMs().at(usb), 0) << "the delay that plays";
+    EXPECT_EQ(controller->statusMessage(),
+              QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
+
+    // Not even the old one can be made again: off, with the sound back on the speakers.
+    controller->setDelay(usb, 20);
+    audio.fail(Call::create, kAudio_ParamError);
+    controller->commitDelays();
+    EXPECT_FALSE(controller->isActive());
+    EXPECT_TRUE(multiOutputs().empty());
+    EXPECT_EQ(audio.defaultOutput(), speakers);
 }
 
 TEST_F(Controller, AFailedActivationLeavesNothingActiveAndNoDeviceBehind) {
