@@ -6,6 +6,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -68,39 +69,68 @@ void MultiOutputController::refresh() {
     const bool couldActivate = canActivate();
     m_devices = m_audio.outputDevices();
 
-    std::set<AudioDeviceID> present;
+    // A vanished device is not selected. While active, a device switched on with the others
+    // rejoins when it returns, whatever id it comes back under: it plays again.
+    std::set<AudioDeviceID> selected;
     for (const auto& device : m_devices)
-        if (m_selected.contains(device.id))
-            present.insert(device.id);
-    const bool selectionShrank = present.size() != m_selected.size();
-    m_selected = std::move(present);
+        if (m_isActive ? m_activeUIDs.contains(device.uid) : m_selected.contains(device.id))
+            selected.insert(device.id);
+    const bool selectionChanged = selected != m_selected;
+    std::set<AudioDeviceID> rejoined;
+    std::set_difference(selected.begin(), selected.end(), m_selected.begin(), m_selected.end(),
+                        std::inserter(rejoined, rejoined.end()));
+    m_selected = std::move(selected);
 
-    // Settings of devices that went away are kept, so they come back with the device.
-    bool volumesAdded = false;
-    bool delaysAdded = false;
+    bool volumesUpdated = false;
+    bool delaysUpdated = false;
     for (const auto& device : m_devices) {
+        // Settings of devices that went away are kept, so they come back with the device.
         if (!m_volumes.contains(device.id)) {
-            m_volumes[device.id] = m_audio.volume(device.id).value_or(1.0f);
-            volumesAdded = true;
+            float level = 1.0f;
+            if (auto read = m_audio.volume(device.id))
+                level = *read;
+            else if (auto byUID = m_volumeByUID.find(device.uid); byUID != m_volumeByUID.end())
+                level = byUID->second;
+            storeVolume(device, level);
+            volumesUpdated = true;
         }
-        if (!m_delaysMs.contains(device.id)) {
+        // The delay is the user's: it comes back with the device, found by uid.
+        auto delay = m_delayByUID.find(device.uid);
+        if (delay == m_delayByUID.end()) {
             const bool bluetooth = device.transport == AudioOutputDevice::Transport::bluetooth;
-            m_delaysMs[device.id] = bluetooth ? kBluetoothDelayMs : 0.0;
-            delaysAdded = true;
+            delay = m_delayByUID.emplace(device.uid, bluetooth ? kBluetoothDelayMs : 0.0).first;
+        }
+        if (auto [entry, added] = m_delaysMs.try_emplace(device.id, delay->second);
+            added || entry->second != delay->second) {
+            entry->second = delay->second;
+            delaysUpdated = true;
         }
     }
 
     // Announced only once all of it holds, so whoever listens sees every listed device with
     // its volume and delay and no vanished device selected.
     emit devicesChanged();
-    if (selectionShrank)
+    if (selectionChanged)
         emit selectedChanged();
     if (couldActivate != canActivate())
         emit canActivateChanged();
-    if (volumesAdded)
+    if (volumesUpdated)
         emit volumesChanged();
-    if (delaysAdded)
+    if (delaysUpdated)
         emit delaysMsChanged();
+
+    // A returning device the live multi-output device no longer holds (it was rebuilt while the
+    // device was away) is put back in.
+    if (m_isActive && !rejoined.empty()) {
+        const auto members = m_audio.multiOutputMembers();
+        const bool missing = std::any_of(rejoined.begin(), rejoined.end(), [&](AudioDeviceID id) {
+            auto device = std::find_if(m_devices.begin(), m_devices.end(),
+                                       [id](const AudioOutputDevice& d) { return d.id == id; });
+            return std::find(members.begin(), members.end(), device->uid) == members.end();
+        });
+        if (missing)
+            rebuildAggregate();
+    }
 }
 
 void MultiOutputController::toggle(AudioDeviceID device) {
@@ -153,11 +183,18 @@ void MultiOutputController::activate() {
     }
     m_aggregateID = *created;
     m_appliedDelaysMs = delays;
+    m_activeUIDs.clear();
+    for (const auto& device : devices)
+        m_activeUIDs.insert(device.uid);
     setActive(true);
     for (const auto& device : devices)
         makeAudible(device);
+    publishPlayingCount();
+}
+
+void MultiOutputController::publishPlayingCount() {
     setStatusMessage(QString::fromUtf8("Aktiv – Ton spielt auf %1 Geräten.")
-                         .arg(static_cast<qlonglong>(devices.size())));
+                         .arg(static_cast<qlonglong>(m_audio.multiOutputMembers().size())));
 }
 
 bool MultiOutputController::ownsDefaultOutput() {
@@ -181,6 +218,7 @@ void MultiOutputController::switchOff(bool restoreDefault) {
         m_audio.removeDevice(*m_aggregateID);
     m_aggregateID.reset();
     m_previousDefaultOutput.reset();
+    m_activeUIDs.clear();
     m_appliedDelaysMs.clear();
     setActive(false);
     setActiveZoneID(std::nullopt);
@@ -193,6 +231,7 @@ bool MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) 
     if (listed == m_devices.end() || !(milliseconds >= 0 && milliseconds <= kMaxDelayMs))
         return false; // also refuses NaN
     m_delaysMs[device] = milliseconds;
+    m_delayByUID[listed->uid] = milliseconds;
     emit delaysMsChanged();
     return true;
 }
@@ -228,14 +267,17 @@ void MultiOutputController::rebuildAggregate() {
         return;
     const bool makeDefault = ownsDefaultOutput();
     const auto previousDelays = m_appliedDelaysMs;
-    if (createAggregate(latencyMs(), makeDefault))
+    if (createAggregate(latencyMs(), makeDefault)) {
+        publishPlayingCount();
         return;
+    }
     // The new delays were refused: the sound goes on as it was, and the delays say so.
     if (createAggregate(previousDelays, makeDefault)) {
         for (const auto& device : selectedDevices()) {
             auto applied = previousDelays.find(device.uid);
             const double delay = applied == previousDelays.end() ? 0.0 : applied->second;
             m_delaysMs[device.id] = delay;
+            m_delayByUID[device.uid] = delay;
         }
         emit delaysMsChanged();
         setStatusMessage(QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
@@ -257,12 +299,17 @@ void MultiOutputController::makeAudible(const AudioOutputDevice& device) {
         level = kAudibleLevel;
         m_audio.setVolume(kAudibleLevel, device.id);
     }
-    m_volumes[device.id] = level;
+    storeVolume(device, level);
     emit volumesChanged();
 }
 
-void MultiOutputController::setVolume(float volume, const AudioOutputDevice& device) {
+void MultiOutputController::storeVolume(const AudioOutputDevice& device, float volume) {
     m_volumes[device.id] = volume;
+    m_volumeByUID[device.uid] = volume;
+}
+
+void MultiOutputController::setVolume(float volume, const AudioOutputDevice& device) {
+    storeVolume(device, volume);
     emit volumesChanged();
     if (volume > 0)
         m_audio.unmute(device.id);

@@ -83,7 +83,9 @@ private:
     // Whether Brivello's device is the default output, as far as the platform tells.
     bool ownsDefaultOutput();
     void switchOff(bool restoreDefault);
+    void publishPlayingCount();
     void makeAudible(const AudioOutputDevice& device);
+    void storeVolume(const AudioOutputDevice& device, float volume);
     void installDeviceChangeListener();
     void setSelected(std::set<AudioDeviceID> selected);
     void setActive(bool active);
@@ -100,6 +102,10 @@ private:
     std::optional<QUuid> m_activeZoneID;
     std::optional<AudioDeviceID> m_aggregateID;
     std::optional<AudioDeviceID> m_previousDefaultOutput;
-    // While active: the delays the live device plays with.
+    // The settings once more by uid: a device that returns under another id finds them here.
+    std::map<std::string, float> m_volumeByUID;
+    std::map<std::string, double> m_delayByUID;
+    // While active: the uids switched on together, and the delays the live device plays with.
+    std::set<std::string> m_activeUIDs;
     std::map<std::string, double> m_appliedDelaysMs;
 };

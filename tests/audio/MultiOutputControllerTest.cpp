@@ -120,6 +120,15 @@ TEST_F(Controller, FollowsTheDeviceListAndGivesAReturningDeviceItsDelayBack) {
     deliverNotifications();
     EXPECT_EQ(controller->devices().size(), 4u);
     EXPECT_EQ(controller->delaysMs().at(headset), 250);
+
+    // Core Audio promises nothing about the id of a returning device: the delay follows the uid.
+    controller->setDelay(usb, 30);
+    audio.unplug(usb);
+    const auto usbAgain = audio.plug(device("usb", "USB DAC", kAudioDeviceTransportTypeUSB));
+    deliverNotifications();
+    ASSERT_NE(usbAgain, usb);
+    EXPECT_EQ(controller->delaysMs().at(usbAgain), 30);
+    EXPECT_TRUE(consistent);
 }
 
 TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUsersDefault) {
@@ -174,6 +183,50 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUse
     controller->deactivate();
     EXPECT_EQ(audio.defaultOutput(), usb);
     EXPECT_TRUE(multiOutputs().empty());
+}
+
+TEST_F(Controller, AMemberThatReconnectsWhileActiveRejoinsWithItsDelayAndKeepsPlaying) {
+    controller->toggle(headset);
+    controller->toggle(speakers);
+    controller->setDelay(headset, 250);
+    controller->activate();
+    ASSERT_TRUE(controller->isActive());
+
+    // Back under another id: selected again, and the multi-output device took it back itself.
+    audio.unplug(headset);
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), std::set<AudioDeviceID>{speakers});
+    const auto back = audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), (std::set<AudioDeviceID>{speakers, back}));
+    EXPECT_EQ(controller->delaysMs().at(back), 250);
+    EXPECT_EQ(audio.creations().size(), 1u);
+
+    // A delay commit keeps it in the sound.
+    controller->commitDelays();
+    ASSERT_EQ(audio.creations().size(), 2u);
+    EXPECT_EQ(entry(audio.creations()[1], "subdevices"),
+              R"([{uid: "headset", drift: 1, latency-out: 11025}, {uid: "speakers", drift: 0}])");
+
+    // Rebuilt while it was away, the device no longer holds it: it is built in again.
+    audio.unplug(back);
+    deliverNotifications();
+    controller->commitDelays();
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 1 Geräten."));
+    const auto third = audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), (std::set<AudioDeviceID>{speakers, third}));
+    ASSERT_EQ(audio.creations().size(), 4u);
+    EXPECT_EQ(entry(audio.creations()[3], "subdevices"),
+              R"([{uid: "headset", drift: 1, latency-out: 11025}, {uid: "speakers", drift: 0}])");
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 2 Geräten."));
+
+    // Switched off, nothing of it is remembered.
+    controller->deactivate();
+    audio.unplug(third);
+    audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), std::set<AudioDeviceID>{speakers});
 }
 
 TEST_F(Controller, ARefusedDelayLeavesTheSoundAsItWasOrSwitchesOffCleanly) {
