@@ -6,6 +6,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace {
@@ -13,6 +14,8 @@ namespace {
 constexpr float kInaudibleBelow = 0.05f;
 constexpr float kAudibleLevel = 0.7f;
 constexpr double kBluetoothDelayMs = 180.0;
+// Above any platform's rounding of a written volume (PulseAudio: 1/65536), below a visible step.
+constexpr float kVolumeTolerance = 0.001f;
 
 } // namespace
 
@@ -28,6 +31,7 @@ MultiOutputController::MultiOutputController(AudioSystem& audio, QObject* parent
 
 MultiOutputController::~MultiOutputController() {
     m_audio.setDeviceListListener({});
+    m_audio.setVolumeListener({});
 }
 
 void MultiOutputController::installDeviceChangeListener() {
@@ -43,6 +47,10 @@ void MultiOutputController::installDeviceChangeListener() {
                     self->refresh();
             },
             Qt::QueuedConnection);
+    });
+    m_audio.setVolumeListener([self](AudioDeviceID device) {
+        if (self)
+            self->onVolumeChanged(device);
     });
 }
 
@@ -84,14 +92,16 @@ void MultiOutputController::refresh() {
     bool volumesUpdated = false;
     bool delaysUpdated = false;
     for (const auto& device : m_devices) {
-        // Settings of devices that went away are kept, so they come back with the device.
-        if (!m_volumes.contains(device.id)) {
-            float level = 1.0f;
-            if (auto read = m_audio.volume(device.id))
-                level = *read;
-            else if (auto byUID = m_volumeByUID.find(device.uid); byUID != m_volumeByUID.end())
-                level = byUID->second;
-            storeVolume(device, level);
+        // The volume lives on the device and may have changed while it was away or unlisted.
+        auto known = m_volumes.find(device.id);
+        std::optional<float> level = m_audio.volume(device.id);
+        if (!level && known == m_volumes.end()) {
+            auto byUID = m_volumeByUID.find(device.uid);
+            level = byUID != m_volumeByUID.end() ? byUID->second : 1.0f;
+        }
+        if (level &&
+            (known == m_volumes.end() || std::abs(known->second - *level) > kVolumeTolerance)) {
+            storeVolume(device, *level);
             volumesUpdated = true;
         }
         // The delay is the user's: it comes back with the device, found by uid.
@@ -306,6 +316,22 @@ void MultiOutputController::makeAudible(const AudioOutputDevice& device) {
 void MultiOutputController::storeVolume(const AudioOutputDevice& device, float volume) {
     m_volumes[device.id] = volume;
     m_volumeByUID[device.uid] = volume;
+}
+
+void MultiOutputController::onVolumeChanged(AudioDeviceID id) {
+    auto device = std::find_if(m_devices.begin(), m_devices.end(),
+                               [id](const AudioOutputDevice& d) { return d.id == id; });
+    if (device == m_devices.end())
+        return; // not listed yet: its first refresh reads it
+    const auto read = m_audio.volume(id);
+    if (!read)
+        return;
+    // The current value, not the event's: while a slider moves, an older change reports late.
+    if (auto known = m_volumes.find(id);
+        known != m_volumes.end() && std::abs(known->second - *read) <= kVolumeTolerance)
+        return;
+    storeVolume(*device, *read);
+    emit volumesChanged();
 }
 
 void MultiOutputController::setVolume(float volume, const AudioOutputDevice& device) {

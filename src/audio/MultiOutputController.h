@@ -86,6 +86,7 @@ private:
     void publishPlayingCount();
     void makeAudible(const AudioOutputDevice& device);
     void storeVolume(const AudioOutputDevice& device, float volume);
+    void onVolumeChanged(AudioDeviceID device);
     void installDeviceChangeListener();
     void setSelected(std::set<AudioDeviceID> selected);
     void setActive(bool active);

@@ -131,6 +131,45 @@ TEST_F(Controller, FollowsTheDeviceListAndGivesAReturningDeviceItsDelayBack) {
     EXPECT_TRUE(consistent);
 }
 
+TEST_F(Controller, VolumesFollowWhateverChangesThemAndAreAnnouncedOnlyWhenTheyMove) {
+    int announced = 0;
+    QObject::connect(controller.get(), &MultiOutputController::volumesChanged,
+                     [&] { ++announced; });
+    // Another mixer or the volume keys.
+    const float quieter = 0.3f;
+    audio.setPropertyData(speakers, kVolume, sizeof(quieter), &quieter);
+    deliverNotifications();
+    EXPECT_EQ(controller->volumes().at(speakers), 0.3f);
+    EXPECT_EQ(announced, 1);
+
+    // The controller's own write comes back through the listener and is not news.
+    controller->setVolume(0.6f, controller->devices()[1]); // by name: Headset, Speakers, USB DAC
+    EXPECT_EQ(audio.value<float>(speakers, kVolume), 0.6f);
+    deliverNotifications();
+    EXPECT_EQ(announced, 2);
+    const std::uint32_t muted = 1;
+    audio.setValue(speakers, kMute, std::uint32_t{0}, true);
+    audio.setPropertyData(speakers, kMute, sizeof(muted), &muted);
+    deliverNotifications();
+    EXPECT_EQ(announced, 2) << "a mute leaves the volume as it is";
+
+    // A Bluetooth device reconnects with the volume it keeps itself; a newcomer is followed too.
+    audio.unplug(headset);
+    auto loud = device("headset", "Headset", kAudioDeviceTransportTypeBluetooth);
+    loud.volumes = {{0, {0.9f}}};
+    audio.plug(loud, headset);
+    const auto late = audio.plug(device("late", "Später", kAudioDeviceTransportTypeUSB));
+    deliverNotifications();
+    EXPECT_EQ(controller->volumes().at(headset), 0.9f);
+    const float half = 0.5f, louder = 0.8f;
+    audio.setPropertyData(late, kVolume, sizeof(louder), &louder);
+    audio.setPropertyData(headset, kVolume, sizeof(half), &half);
+    deliverNotifications();
+    EXPECT_EQ(controller->volumes().at(late), 0.8f);
+    EXPECT_EQ(controller->volumes().at(headset), 0.5f);
+    EXPECT_EQ(audio.listenerCount(speakers, kVolume), 1u) << "listeners do not pile up";
+}
+
 TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUsersDefault) {
     audio.setValue(speakers, kVolume, 0.02f, true);
     audio.setValue(speakers, kMute, std::uint32_t{1}, true);
