@@ -181,4 +181,38 @@ TEST_F(PulseServerLifecycle, AHangingServerCostsAtMostASecondPerActionAndIsPutRi
     EXPECT_EQ(server.defaultSink(), userDefault);
 }
 
+// A delay beyond PulseAudio's 30 s loopback limit is refused on every attempt; a device that is
+// not there yet when the multi-output device is made lets the first one succeed.
+TEST_F(PulseServerLifecycle, ARepairThatKeepsFailingIsTriedEverLessOftenAndNotAfterSwitchingOff) {
+    if (PrivateSoundServer::isPipeWire())
+        GTEST_SKIP() << "PipeWire takes any loopback latency";
+    startBrivello();
+    const AudioOutputDevice later{0, "later_bt", "Später", AudioOutputDevice::Transport::bluetooth};
+    const auto own =
+        audio->createMultiOutput({device("usb_dac"), later}, "usb_dac", {{later.uid, 40000.0}});
+    ASSERT_TRUE(own);
+    ASSERT_GE(server.loadSink(later.uid, "Später"), 0);
+    sleepMs(100);
+
+    QProcess events;
+    events.start("pactl", {"subscribe"});
+    ASSERT_TRUE(events.waitForStarted());
+    // The multi-output sink vanishes under Brivello; every rebuild fails on the far delay.
+    const auto nullSink = server.list("modules").filter("module-null-sink").filter(kSinkName);
+    ASSERT_EQ(nullSink.size(), 1);
+    server.pactl({"unload-module", nullSink.first().section('\t', 0, 0)});
+    sleepMs(2500);
+    const auto attempts = [&] {
+        return QString::fromUtf8(events.readAllStandardOutput()).count("'new' on sink #");
+    };
+    EXPECT_LE(attempts(), 2) << "tried again after 1 s, then after 2 s";
+
+    audio->removeDevice(*own); // switched off
+    sleepMs(1500);
+    EXPECT_EQ(attempts(), 0);
+    EXPECT_FALSE(leftovers());
+    events.kill();
+    events.waitForFinished();
+}
+
 } // namespace
