@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace {
 
 TEST_F(PulseMultiOutput, PlaysOnTheSelectedDevicesAndPutsEverythingBackAfterwards) {
@@ -99,15 +101,29 @@ TEST_F(PulseMultiOutput, DevicesNamedLikeArgumentsWorkAsAnyOther) {
     EXPECT_FALSE(leftovers());
 }
 
-// The loudest channel is the volume; writing it keeps the balance, even on the way back from 0.
-TEST_F(PulseMultiOutput, VolumeIsTheServersOnAScaleFromZeroToOne) {
+// The loudest channel is the volume, above 1 where the server amplifies; writing it keeps the
+// balance, even on the way back from 0. What other mixers do reaches the controller.
+TEST_F(PulseMultiOutput, VolumeIsTheServersAndFollowsChangesMadeElsewhere) {
     startBrivello();
     const auto usb = device("usb_dac").id;
+    auto shown = [&] { return controller->volumes().at(usb); };
     server.pactl({"set-sink-volume", "usb_dac", "40%", "80%"});
     EXPECT_NEAR(audio->volume(usb).value_or(-1), 0.8f, 0.01f);
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 0.8f) < 0.01f; }, 1000)) << shown();
     EXPECT_TRUE(audio->setVolume(0.0f, usb) && audio->setVolume(0.4f, usb));
     EXPECT_TRUE(server.pactl({"get-sink-volume", "usb_dac"}).contains("20%") &&
                 server.pactl({"get-sink-volume", "usb_dac"}).contains("40%"));
+
+    server.pactl({"set-sink-volume", "usb_dac", "130%"});
+    EXPECT_NEAR(audio->volume(usb).value_or(-1), 1.3f, 0.01f);
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 1.3f) < 0.01f; }, 1000)) << shown();
+    // A device that comes back brings its own volume.
+    const auto module =
+        server.list("modules").filter("sink_name=usb_dac").first().section('\t', 0, 0);
+    server.pactl({"unload-module", module});
+    ASSERT_GE(server.loadSink("usb_dac", "USB-Audio", "device.bus=usb"), 0);
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 1.0f) < 0.01f; }, 1000)) << shown();
+
     // Devices that are gone fail as values, never as crashes.
     EXPECT_FALSE(audio->volume(9999));
     EXPECT_FALSE(audio->setVolume(0.5f, 9999));
