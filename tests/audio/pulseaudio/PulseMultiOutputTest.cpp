@@ -31,6 +31,16 @@ TEST_F(PulseMultiOutput, PlaysOnTheSelectedDevicesAndPutsEverythingBackAfterward
     controller->deactivate();
     EXPECT_EQ(server.defaultSink(), "builtin_speakers");
     EXPECT_FALSE(leftovers());
+
+    // An output the user picks while Brivello plays is theirs to keep.
+    controller->activate();
+    server.pactl({"set-default-sink", "hdmi_monitor"});
+    // PipeWire's session manager applies the choice a moment later.
+    ASSERT_TRUE(
+        waitUntil([&] { return audio->defaultOutputDevice() == device("hdmi_monitor").id; }, 1000));
+    controller->deactivate();
+    EXPECT_EQ(server.defaultSink(), "hdmi_monitor");
+    EXPECT_FALSE(leftovers());
 }
 
 // Two devices fed by one 4-channel null sink share its clock, so the onsets recorded on its
