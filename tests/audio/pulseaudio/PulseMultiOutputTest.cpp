@@ -75,6 +75,14 @@ TEST_F(PulseMultiOutput, ACommittedDelayMovesThatDeviceLaterByItsMilliseconds) {
     const auto farOnset = onsetSeconds(both.channel(2));
     ASSERT_TRUE(nearOnset && farOnset);
     EXPECT_NEAR((*farOnset - *nearOnset) * 1000.0, 180.0, 5.0);
+
+    // Beyond what the server's loopbacks take (30 s): refused, and the sound goes on as it was.
+    controller->setDelay(device("far").id, 60000);
+    controller->commitDelays();
+    EXPECT_TRUE(controller->isActive());
+    EXPECT_EQ(controller->delaysMs().at(device("far").id), 180);
+    EXPECT_EQ(loopbacks(), 2);
+    EXPECT_EQ(server.defaultSink(), kSinkName);
 }
 
 // Descriptions end up in the loopbacks' arguments; none may break or add an argument. Sink names
