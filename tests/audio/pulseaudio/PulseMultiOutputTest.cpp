@@ -160,6 +160,24 @@ TEST_F(PulseMultiOutput, DevicesComingAndGoingWhileActiveAreSeenWithinASecond) {
     EXPECT_TRUE(waitUntil([&] { return device("late_usb").id == 0; }, 1000));
     EXPECT_TRUE(controller->isActive());
     EXPECT_EQ(server.defaultSink(), kSinkName);
+
+    // The Bluetooth speaker drops out and reconnects: ticked and playing again, also after the
+    // next delay commit.
+    const auto bt =
+        server.list("modules").filter("sink_name=bt_speaker").first().section('\t', 0, 0);
+    server.pactl({"unload-module", bt});
+    ASSERT_TRUE(waitUntil([&] { return device("bt_speaker").id == 0; }, 1000));
+    EXPECT_EQ(controller->selected().size(), 1u);
+    ASSERT_GE(server.loadSink("bt_speaker", "Bluetooth-Lautsprecher",
+                              "device.bus=bluetooth device.api=bluez"),
+              0);
+    EXPECT_TRUE(
+        waitUntil([&] { return controller->selected().contains(device("bt_speaker").id); }, 1000));
+    EXPECT_TRUE(waitUntil([&] { return loopbacks() == 2; }, 1000));
+    controller->commitDelays();
+    EXPECT_EQ(controller->selected().size(), 2u);
+    EXPECT_EQ(loopbacks(), 2);
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 2 Geräten."));
 }
 
 } // namespace
