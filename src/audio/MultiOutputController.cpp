@@ -6,16 +6,12 @@
 #include <QPointer>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 namespace {
 
 constexpr float kInaudibleBelow = 0.05f;
 constexpr float kAudibleLevel = 0.7f;
-constexpr double kBluetoothDelayMs = 180.0;
-// Above any platform's rounding of a written volume (PulseAudio: 1/65536), below a visible step.
-constexpr float kVolumeTolerance = 0.001f;
 
 } // namespace
 
@@ -92,29 +88,10 @@ void MultiOutputController::refresh() {
     bool volumesUpdated = false;
     bool delaysUpdated = false;
     for (const auto& device : m_devices) {
-        // The volume lives on the device and may have changed while it was away or unlisted.
-        auto known = m_volumes.find(device.id);
-        std::optional<float> level = m_audio.volume(device.id);
-        if (!level && known == m_volumes.end()) {
-            auto byUID = m_volumeByUID.find(device.uid);
-            level = byUID != m_volumeByUID.end() ? byUID->second : 1.0f;
-        }
-        if (level &&
-            (known == m_volumes.end() || std::abs(known->second - *level) > kVolumeTolerance)) {
-            storeVolume(device, *level);
-            volumesUpdated = true;
-        }
-        // The delay is the user's: it comes back with the device, found by uid.
-        auto delay = m_delayByUID.find(device.uid);
-        if (delay == m_delayByUID.end()) {
-            const bool bluetooth = device.transport == AudioOutputDevice::Transport::bluetooth;
-            delay = m_delayByUID.emplace(device.uid, bluetooth ? kBluetoothDelayMs : 0.0).first;
-        }
-        if (auto [entry, added] = m_delaysMs.try_emplace(device.id, delay->second);
-            added || entry->second != delay->second) {
-            entry->second = delay->second;
-            delaysUpdated = true;
-        }
+        // The volume lives on the device and may have changed while it was away or unlisted;
+        // the delay is the user's and comes back with the device.
+        volumesUpdated = m_settings.takeVolume(device, m_audio.volume(device.id)) || volumesUpdated;
+        delaysUpdated = m_settings.adoptDelay(device) || delaysUpdated;
     }
 
     // Announced only once all of it holds, so whoever listens sees every listed device with
@@ -134,9 +111,7 @@ void MultiOutputController::refresh() {
     if (m_isActive && !rejoined.empty()) {
         const auto members = m_audio.multiOutputMembers();
         const bool missing = std::any_of(rejoined.begin(), rejoined.end(), [&](AudioDeviceID id) {
-            auto device = std::find_if(m_devices.begin(), m_devices.end(),
-                                       [id](const AudioOutputDevice& d) { return d.id == id; });
-            return std::find(members.begin(), members.end(), device->uid) == members.end();
+            return std::find(members.begin(), members.end(), listed(id)->uid) == members.end();
         });
         if (missing)
             rebuildAggregate();
@@ -150,6 +125,12 @@ void MultiOutputController::toggle(AudioDeviceID device) {
     if (!selected.erase(device))
         selected.insert(device);
     setSelected(std::move(selected));
+}
+
+const AudioOutputDevice* MultiOutputController::listed(AudioDeviceID device) const {
+    auto it = std::find_if(m_devices.begin(), m_devices.end(),
+                           [device](const AudioOutputDevice& d) { return d.id == device; });
+    return it == m_devices.end() ? nullptr : &*it;
 }
 
 std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
@@ -166,8 +147,8 @@ std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
 std::map<std::string, double> MultiOutputController::latencyMs() const {
     std::map<std::string, double> delays;
     for (const auto& device : selectedDevices()) {
-        auto delay = m_delaysMs.find(device.id);
-        if (delay != m_delaysMs.end() && delay->second > 0)
+        auto delay = delaysMs().find(device.id);
+        if (delay != delaysMs().end() && delay->second > 0)
             delays[device.uid] = delay->second;
     }
     return delays;
@@ -236,12 +217,10 @@ void MultiOutputController::switchOff(bool restoreDefault) {
 }
 
 bool MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) {
-    auto listed = std::find_if(m_devices.begin(), m_devices.end(),
-                               [device](const AudioOutputDevice& d) { return d.id == device; });
-    if (listed == m_devices.end() || !(milliseconds >= 0 && milliseconds <= kMaxDelayMs))
+    const auto* entry = listed(device);
+    if (!entry || !(milliseconds >= 0 && milliseconds <= kMaxDelayMs))
         return false; // also refuses NaN
-    m_delaysMs[device] = milliseconds;
-    m_delayByUID[listed->uid] = milliseconds;
+    m_settings.setDelay(*entry, milliseconds);
     emit delaysMsChanged();
     return true;
 }
@@ -286,8 +265,7 @@ void MultiOutputController::rebuildAggregate() {
         for (const auto& device : selectedDevices()) {
             auto applied = previousDelays.find(device.uid);
             const double delay = applied == previousDelays.end() ? 0.0 : applied->second;
-            m_delaysMs[device.id] = delay;
-            m_delayByUID[device.uid] = delay;
+            m_settings.setDelay(device, delay);
         }
         emit delaysMsChanged();
         setStatusMessage(QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
@@ -303,39 +281,28 @@ void MultiOutputController::makeAudible(const AudioOutputDevice& device) {
     float level = 1.0f;
     if (auto read = m_audio.volume(device.id))
         level = *read;
-    else if (auto stored = m_volumes.find(device.id); stored != m_volumes.end())
+    else if (auto stored = volumes().find(device.id); stored != volumes().end())
         level = stored->second;
     if (level < kInaudibleBelow) {
         level = kAudibleLevel;
         m_audio.setVolume(kAudibleLevel, device.id);
     }
-    storeVolume(device, level);
+    m_settings.setVolume(device, level);
     emit volumesChanged();
-}
-
-void MultiOutputController::storeVolume(const AudioOutputDevice& device, float volume) {
-    m_volumes[device.id] = volume;
-    m_volumeByUID[device.uid] = volume;
 }
 
 void MultiOutputController::onVolumeChanged(AudioDeviceID id) {
-    auto device = std::find_if(m_devices.begin(), m_devices.end(),
-                               [id](const AudioOutputDevice& d) { return d.id == id; });
-    if (device == m_devices.end())
+    const auto* device = listed(id);
+    if (!device)
         return; // not listed yet: its first refresh reads it
-    const auto read = m_audio.volume(id);
-    if (!read)
-        return;
     // The current value, not the event's: while a slider moves, an older change reports late.
-    if (auto known = m_volumes.find(id);
-        known != m_volumes.end() && std::abs(known->second - *read) <= kVolumeTolerance)
-        return;
-    storeVolume(*device, *read);
-    emit volumesChanged();
+    const auto read = m_audio.volume(id);
+    if (read && m_settings.takeVolume(*device, read))
+        emit volumesChanged();
 }
 
 void MultiOutputController::setVolume(float volume, const AudioOutputDevice& device) {
-    storeVolume(device, volume);
+    m_settings.setVolume(device, volume);
     emit volumesChanged();
     if (volume > 0)
         m_audio.unmute(device.id);

@@ -2,6 +2,7 @@
 
 #include "AudioOutputDevice.h"
 #include "AudioSystem.h"
+#include "DeviceSettings.h"
 
 #include <QObject>
 #include <QString>
@@ -29,8 +30,8 @@ public:
     const std::vector<AudioOutputDevice>& devices() const { return m_devices; }
     const std::set<AudioDeviceID>& selected() const { return m_selected; }
     bool isActive() const { return m_isActive; }
-    const std::map<AudioDeviceID, float>& volumes() const { return m_volumes; }
-    const std::map<AudioDeviceID, double>& delaysMs() const { return m_delaysMs; }
+    const std::map<AudioDeviceID, float>& volumes() const { return m_settings.volumes(); }
+    const std::map<AudioDeviceID, double>& delaysMs() const { return m_settings.delaysMs(); }
     const std::optional<QString>& statusMessage() const { return m_statusMessage; }
     const std::optional<QUuid>& activeZoneID() const { return m_activeZoneID; }
 
@@ -75,6 +76,7 @@ signals:
     void canActivateChanged();
 
 private:
+    const AudioOutputDevice* listed(AudioDeviceID device) const;
     std::optional<AudioOutputDevice> masterDevice() const;
     // Replaces any multi-output device with one of the selected devices at these delays and makes
     // it the default output when `makeDefault`; false when it could not be created.
@@ -85,7 +87,6 @@ private:
     void switchOff(bool restoreDefault);
     void publishPlayingCount();
     void makeAudible(const AudioOutputDevice& device);
-    void storeVolume(const AudioOutputDevice& device, float volume);
     void onVolumeChanged(AudioDeviceID device);
     void installDeviceChangeListener();
     void setSelected(std::set<AudioDeviceID> selected);
@@ -97,15 +98,11 @@ private:
     std::vector<AudioOutputDevice> m_devices;
     std::set<AudioDeviceID> m_selected;
     bool m_isActive = false;
-    std::map<AudioDeviceID, float> m_volumes;
-    std::map<AudioDeviceID, double> m_delaysMs;
+    DeviceSettings m_settings;
     std::optional<QString> m_statusMessage;
     std::optional<QUuid> m_activeZoneID;
     std::optional<AudioDeviceID> m_aggregateID;
     std::optional<AudioDeviceID> m_previousDefaultOutput;
-    // The settings once more by uid: a device that returns under another id finds them here.
-    std::map<std::string, float> m_volumeByUID;
-    std::map<std::string, double> m_delayByUID;
     // While active: the uids switched on together, and the delays the live device plays with.
     std::set<std::string> m_activeUIDs;
     std::map<std::string, double> m_appliedDelaysMs;
