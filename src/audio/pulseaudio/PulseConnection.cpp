@@ -1,6 +1,6 @@
 #include "PulseConnection.h"
 
-#include <pulse/rtclock.h>
+#include "LoopDeadline.h"
 
 #include <algorithm>
 #include <utility>
@@ -58,39 +58,6 @@ void finishSuccess(pa_context*, int success, void* request) {
     static_cast<PulseConnection::Request*>(request)->finish(success != 0);
 }
 
-void onTimeout(pa_mainloop_api*, pa_time_event*, const struct timeval*, void* flag) {
-    auto* request = static_cast<PulseConnection::Request*>(flag);
-    request->finish(false);
-}
-
-// Ends a wait on the loop when the server neither answers nor goes away. Lives while the loop's
-// lock is held.
-class Deadline {
-public:
-    Deadline(PulseConnection* connection, pa_context* context, pa_threaded_mainloop* loop,
-             PulseConnection::Clock::time_point at)
-        : m_request{connection}, m_api(pa_threaded_mainloop_get_api(loop)) {
-        const auto left =
-            std::max(PulseConnection::Clock::duration::zero(), at - PulseConnection::Clock::now());
-        const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(left).count();
-        m_timer = pa_context_rttime_new(context, pa_rtclock_now() + static_cast<pa_usec_t>(micros),
-                                        onTimeout, &m_request);
-    }
-    ~Deadline() {
-        if (m_timer)
-            m_api->time_free(m_timer);
-    }
-    Deadline(const Deadline&) = delete;
-    Deadline& operator=(const Deadline&) = delete;
-
-    bool passed() const { return m_request.done; }
-
-private:
-    PulseConnection::Request m_request;
-    pa_mainloop_api* m_api;
-    pa_time_event* m_timer = nullptr;
-};
-
 } // namespace
 
 void PulseConnection::Request::finish(bool success) {
@@ -144,7 +111,7 @@ bool PulseConnection::connect(std::chrono::milliseconds timeout) {
         return false;
     pa_context_state_t state = pa_context_get_state(m_context);
     {
-        const Deadline deadline(this, m_context, m_loop, Clock::now() + timeout);
+        const LoopDeadline deadline(this, m_context, m_loop, Clock::now() + timeout);
         while (!deadline.passed() && state != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state)) {
             pa_threaded_mainloop_wait(m_loop);
             state = pa_context_get_state(m_context);
@@ -257,7 +224,7 @@ template <class Issue> bool PulseConnection::await(Request& request, Issue issue
         return false;
     bool timedOut = false;
     {
-        const Deadline timer(this, m_context, m_loop, deadline);
+        const LoopDeadline timer(this, m_context, m_loop, deadline);
         while (!request.done && pa_context_get_state(m_context) == PA_CONTEXT_READY) {
             if (timer.passed()) {
                 timedOut = true;

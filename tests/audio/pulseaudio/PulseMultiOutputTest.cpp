@@ -135,12 +135,15 @@ TEST_F(PulseMultiOutput, VolumeIsTheServersAndFollowsChangesMadeElsewhere) {
     server.pactl({"set-sink-volume", "usb_dac", "130%"});
     EXPECT_NEAR(audio->volume(usb).value_or(-1), 1.3f, 0.01f);
     EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 1.3f) < 0.01f; }, 1000)) << shown();
-    // A device that comes back brings its own volume.
+    // A device that comes back shows the volume it comes back with: 100 % on PulseAudio here,
+    // the one it left with where the session manager restores it (PipeWire's).
     const auto module =
         server.list("modules").filter("sink_name=usb_dac").first().section('\t', 0, 0);
     server.pactl({"unload-module", module});
     ASSERT_GE(server.loadSink("usb_dac", "USB-Audio", "device.bus=usb"), 0);
-    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 1.0f) < 0.01f; }, 1000)) << shown();
+    EXPECT_TRUE(waitUntil(
+        [&] { return std::abs(shown() - audio->volume(usb).value_or(-1)) < 0.01f; }, 1000))
+        << shown();
 
     // Devices that are gone fail as values, never as crashes.
     EXPECT_FALSE(audio->volume(9999));
