@@ -125,15 +125,24 @@ TEST_F(PulseMultiOutput, VolumeIsTheServersAndFollowsChangesMadeElsewhere) {
     startBrivello();
     const auto usb = device("usb_dac").id;
     auto shown = [&] { return controller->volumes().at(usb); };
+    // PipeWire applies a volume a moment after pactl returns.
+    auto reads = [&](float level) {
+        return waitUntil([&] { return std::abs(audio->volume(usb).value_or(-1) - level) < 0.01f; },
+                         1000);
+    };
     server.pactl({"set-sink-volume", "usb_dac", "40%", "80%"});
-    EXPECT_NEAR(audio->volume(usb).value_or(-1), 0.8f, 0.01f);
+    EXPECT_TRUE(reads(0.8f));
     EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 0.8f) < 0.01f; }, 1000)) << shown();
     EXPECT_TRUE(audio->setVolume(0.0f, usb) && audio->setVolume(0.4f, usb));
-    EXPECT_TRUE(server.pactl({"get-sink-volume", "usb_dac"}).contains("20%") &&
-                server.pactl({"get-sink-volume", "usb_dac"}).contains("40%"));
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const auto channels = server.pactl({"get-sink-volume", "usb_dac"});
+            return channels.contains("20%") && channels.contains("40%");
+        },
+        1000));
 
     server.pactl({"set-sink-volume", "usb_dac", "130%"});
-    EXPECT_NEAR(audio->volume(usb).value_or(-1), 1.3f, 0.01f);
+    EXPECT_TRUE(reads(1.3f));
     EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 1.3f) < 0.01f; }, 1000)) << shown();
     // A device that comes back shows the volume it comes back with: 100 % on PulseAudio here,
     // the one it left with where the session manager restores it (PipeWire's).
