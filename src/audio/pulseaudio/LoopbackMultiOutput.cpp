@@ -13,8 +13,8 @@ using Sink = PulseConnection::Sink;
 
 constexpr double kFallbackRate = 44100.0;
 // PipeWire links a loopback's stream a moment after answering the load; PulseAudio at once.
-constexpr int kLinkChecks = 10;
-constexpr std::chrono::milliseconds kLinkCheckInterval(20);
+constexpr int kLinkChecks = 20;
+constexpr std::chrono::milliseconds kLinkCheckInterval(10);
 
 bool mentionsOwnSink(const PulseConnection::Module& module) {
     return module.argument.find(LoopbackMultiOutput::kSinkName) != std::string::npos ||
@@ -101,26 +101,26 @@ std::optional<Sink> LoopbackMultiOutput::build(const Recipe& recipe) {
     }
     const Sink ownSink = *own;
 
-    int playing = 0;
+    std::vector<Loopback> loaded;
     for (const auto& member : members) {
-        const auto loaded = loadLoopback(recipe, ownSink, member);
-        if (loaded == Loaded::refused) {
+        const auto module = loadLoopback(recipe, ownSink, member);
+        if (!module) {
             const int error = m_connection.lastError();
             remove({ownSink});
             reportFailure("module-loopback", error);
             return std::nullopt;
         }
-        playing += loaded == Loaded::playing ? 1 : 0;
+        loaded.push_back({*module, member.index});
     }
-    if (playing == 0) {
+    if (keepPlaying(loaded) == 0) {
         remove({ownSink});
         return std::nullopt;
     }
     return ownSink;
 }
 
-LoopbackMultiOutput::Loaded LoopbackMultiOutput::loadLoopback(const Recipe& recipe, const Sink& own,
-                                                              const Sink& member) {
+std::optional<std::uint32_t>
+LoopbackMultiOutput::loadLoopback(const Recipe& recipe, const Sink& own, const Sink& member) {
     double delayMs = 0;
     if (auto delay = recipe.extraLatencyMs.find(member.name);
         delay != recipe.extraLatencyMs.end() && delay->second > 0)
@@ -139,44 +139,61 @@ LoopbackMultiOutput::Loaded LoopbackMultiOutput::loadLoopback(const Recipe& reci
         " source_dont_move=true sink_dont_move=true" +
         " sink_input_properties=" + moduleargs::quoteProperties(inputProperties) +
         " source_output_properties=" + moduleargs::quoteProperties(marker);
-    const auto module = m_connection.loadModule("module-loopback", args);
-    if (!module)
-        return Loaded::refused;
-    // A loaded module is no proof: PipeWire answers first and drops a loopback whose sink it
-    // cannot link to afterwards.
-    if (playsInto(*module, member.index))
-        return Loaded::playing;
-    m_connection.unloadModule(*module);
-    reportFailure("module-loopback", PA_ERR_NOENTITY);
-    return Loaded::dropped;
+    return m_connection.loadModule("module-loopback", args);
 }
 
-bool LoopbackMultiOutput::playsInto(std::uint32_t module, std::uint32_t sink) {
-    for (int check = 1;; ++check) {
-        for (const auto& input : m_connection.sinkInputs())
-            if (input.ownerModule == module && input.sink != PA_INVALID_INDEX)
-                return input.sink == sink;
-        if (check == kLinkChecks || !m_connection.isConnected())
-            return false;
+int LoopbackMultiOutput::keepPlaying(std::vector<Loopback> loopbacks) {
+    // A loaded module is no proof: PipeWire answers first, links the stream a moment later, and
+    // drops a loopback whose sink it cannot link to.
+    const auto total = loopbacks.size();
+    std::vector<Loopback> confirmed;
+    for (int check = 1; !loopbacks.empty(); ++check) {
+        const auto inputs = m_connection.sinkInputs();
+        std::erase_if(loopbacks, [&](const Loopback& loopback) {
+            const auto input = std::find_if(inputs.begin(), inputs.end(), [&](const auto& i) {
+                return i.ownerModule == loopback.module && i.sink != PA_INVALID_INDEX;
+            });
+            if (input == inputs.end())
+                return false;
+            if (input->sink == loopback.sink)
+                confirmed.push_back(loopback);
+            else
+                m_connection.unloadModule(loopback.module);
+            return true;
+        });
+        if (loopbacks.empty() || check == kLinkChecks || !m_connection.isConnected())
+            break;
         const auto modules = m_connection.modules();
-        if (std::none_of(modules.begin(), modules.end(),
-                         [&](const auto& m) { return m.index == module; }))
-            return false;
-        std::this_thread::sleep_for(kLinkCheckInterval);
+        std::erase_if(loopbacks, [&](const Loopback& loopback) {
+            return std::none_of(modules.begin(), modules.end(),
+                                [&](const auto& m) { return m.index == loopback.module; });
+        });
+        if (!loopbacks.empty())
+            std::this_thread::sleep_for(kLinkCheckInterval);
     }
+    for (const auto& unlinked : loopbacks)
+        m_connection.unloadModule(unlinked.module);
+    for (std::size_t i = confirmed.size(); i < total; ++i)
+        reportFailure("module-loopback", PA_ERR_NOENTITY);
+    return static_cast<int>(confirmed.size());
 }
 
 bool LoopbackMultiOutput::completeLoopbacks(const Recipe& recipe, const Sink& own,
                                             const std::vector<Sink>& sinks) {
     const auto playing = playingMembers(recipe);
+    std::vector<Loopback> loaded;
+    bool refused = false;
     for (const auto& uid : recipe.memberUIDs) {
         const auto* member = findByName(sinks, uid);
         if (!member || std::find(playing.begin(), playing.end(), uid) != playing.end())
             continue;
-        if (loadLoopback(recipe, own, *member) == Loaded::refused)
-            return false;
+        if (const auto module = loadLoopback(recipe, own, *member))
+            loaded.push_back({*module, member->index});
+        else
+            refused = true;
     }
-    return true;
+    keepPlaying(std::move(loaded));
+    return !refused;
 }
 
 std::vector<std::string> LoopbackMultiOutput::playingMembers(const Recipe& recipe) {

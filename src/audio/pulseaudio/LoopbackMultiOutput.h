@@ -57,11 +57,16 @@ public:
     void rememberRealDefault(const std::string& name) { m_realDefault = name; }
 
 private:
-    enum class Loaded { playing, dropped, refused };
-    Loaded loadLoopback(const Recipe& recipe, const Sink& own, const Sink& member);
-    // Whether module `module`'s stream plays into sink `sink`, waiting briefly for a server that
-    // links streams after answering (PipeWire).
-    bool playsInto(std::uint32_t module, std::uint32_t sink);
+    struct Loopback {
+        std::uint32_t module;
+        std::uint32_t sink; // the member's index
+    };
+    // Loads the member's loopback; its module, absent when the server refused it.
+    std::optional<std::uint32_t> loadLoopback(const Recipe& recipe, const Sink& own,
+                                              const Sink& member);
+    // Waits briefly until each loopback's stream plays into its member (PipeWire links them a
+    // moment after answering) and unloads those that do not; how many play.
+    int keepPlaying(std::vector<Loopback> loopbacks);
     // The real sink the default output belongs on while Brivello's sink comes or goes.
     std::string realDefault(const std::vector<Sink>& sinks);
 
