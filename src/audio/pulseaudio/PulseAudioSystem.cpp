@@ -97,6 +97,9 @@ void PulseAudioSystem::tryReconnect() {
 
 void PulseAudioSystem::onConnected() {
     m_reconnectTimer.stop();
+    // A repair that failed because the server was gone is due at once, not after its back-off.
+    m_retryTimer.stop();
+    m_retryDelay = kFirstRetry;
     {
         // What a request that timed out meant to remove, or a repair that stalled left behind:
         // nothing of Brivello's stays on the server unless the controller holds the device.

@@ -60,8 +60,8 @@ public:
         bool m_outermost;
     };
 
-    // `onEvent` runs on libpulse's thread with the loop locked: it must only hand the event on.
-    // `timeout` bounds a request made outside any budget.
+    // `onEvent` runs with the loop locked, on libpulse's thread or (a missed deadline) on the
+    // caller's: it must only hand the event on. `timeout` bounds a request outside any budget.
     explicit PulseConnection(std::function<void(Event)> onEvent,
                              std::chrono::milliseconds timeout = std::chrono::milliseconds(1000));
     ~PulseConnection();
