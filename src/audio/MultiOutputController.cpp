@@ -188,17 +188,20 @@ void MultiOutputController::publishPlayingCount() {
                          .arg(static_cast<qlonglong>(m_audio.multiOutputMembers().size())));
 }
 
-bool MultiOutputController::ownsDefaultOutput() {
+bool MultiOutputController::defaultLeftToBrivello() {
     if (!m_aggregateID)
         return false;
     const AudioDeviceID current = m_audio.defaultOutputDevice();
-    // Unreadable: the sound must not be left on a device about to go.
-    return current == 0 || current == *m_aggregateID;
+    // Unreadable: the sound must not be left on a device about to go. Still the one Brivello
+    // replaced: no other was chosen, the server just applies Brivello's a moment late (PipeWire's
+    // session manager does).
+    return current == 0 || current == *m_aggregateID ||
+           (m_previousDefaultOutput && current == *m_previousDefaultOutput);
 }
 
 void MultiOutputController::deactivate() {
     // A default the user picked meanwhile is theirs; only Brivello's own is handed back.
-    switchOff(ownsDefaultOutput());
+    switchOff(defaultLeftToBrivello());
 }
 
 void MultiOutputController::switchOff(bool restoreDefault) {
@@ -254,7 +257,7 @@ bool MultiOutputController::createAggregate(const std::map<std::string, double>&
 void MultiOutputController::rebuildAggregate() {
     if (!m_isActive || !masterDevice())
         return;
-    const bool makeDefault = ownsDefaultOutput();
+    const bool makeDefault = defaultLeftToBrivello();
     const auto previousDelays = m_appliedDelaysMs;
     if (createAggregate(latencyMs(), makeDefault)) {
         publishPlayingCount();

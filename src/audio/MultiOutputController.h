@@ -82,8 +82,9 @@ private:
     // it the default output when `makeDefault`; false when it could not be created.
     bool createAggregate(const std::map<std::string, double>& delays, bool makeDefault);
     void rebuildAggregate();
-    // Whether Brivello's device is the default output, as far as the platform tells.
-    bool ownsDefaultOutput();
+    // Whether the default output is still Brivello's to hand back or take over: no output other
+    // than its own and the one it replaced has been chosen since switching on.
+    bool defaultLeftToBrivello();
     void switchOff(bool restoreDefault);
     void publishPlayingCount();
     void makeAudible(const AudioOutputDevice& device);

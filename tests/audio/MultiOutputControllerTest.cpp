@@ -199,6 +199,7 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUse
     EXPECT_EQ(audio.value<float>(usb, kVolume), 0.05f);
 
     controller->setDelay(usb, 20);
+    audio.setDefaultOutput(speakers); // as if the platform had not yet applied Brivello's
     controller->commitDelays();
     ASSERT_EQ(audio.creations().size(), 2u);
     EXPECT_EQ(entry(audio.creations()[1], "subdevices"),
