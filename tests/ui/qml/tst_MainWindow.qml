@@ -23,11 +23,19 @@ TestCase {
 
     function init() {
         fixture.reset(4)
-        window = createTemporaryObject(windowComponent, null, {
+        window = windowComponent.createObject(null, {
             devices: fixture.devices, status: fixture.status, appearance: fixture.appearance
         })
         verify(window)
         waitForRendering(window.contentItem)
+    }
+
+    // Each window goes before the next test, scene graph and all: waiting runs the deferred
+    // deletion that destroy() asks for.
+    function cleanup() {
+        window.destroy()
+        window = null
+        wait(50)
     }
 
     function named(name, root) {
