@@ -45,6 +45,9 @@ constexpr int kSliderEndInset = kRowInset + 44 + 8;
 bool bluish(QRgb pixel) {
     return qBlue(pixel) - qRed(pixel) > 15;
 }
+bool reddish(QRgb pixel) {
+    return qRed(pixel) - qBlue(pixel) > 15;
+}
 
 class WindowEndToEnd : public testing::Test {
 protected:
@@ -273,9 +276,11 @@ TEST_F(WindowEndToEnd, TickSwitchOnDelayAndSwitchOffWithThePointer) {
     EXPECT_TRUE(ownDeviceIsDefault());
 
     // The switch is now the red "Deaktivieren"; it puts the previous default back.
+    ASSERT_TRUE(waitForShot([](const WindowShot& shot) {
+        const QRect button = barButton(shot);
+        return button.width() > 40 && reddish(shot.at(button.left() + 4, button.center().y()));
+    }));
     const QRect off = barButton(*last);
-    EXPECT_GT(off.width(), 40);
-    EXPECT_FALSE(prominent(*last, off));
     click(off.center());
     EXPECT_TRUE(waitUntil([this] { return nothingLeft(); }));
     EXPECT_TRUE(waitForShot([](const WindowShot& shot) {
