@@ -118,10 +118,10 @@ pavu_wakeups=$(wakeups "Volume Control" pavucontrol-qt)
 
 printf '\n%d runs each, medians (range); %s, Xvfb, private %s\n' "$runs" \
     "$(uname -m)" "$(pactl info | awk -F': ' '/Server Name/ { print $2 }')"
-printf '%-45s %22s %10s\n' "" "first map ms" "RSS MB"
+printf '%-45s %20s %8s\n' "" "first map, ms" "RSS, MB"
 for c in "${configs[@]}"; do
     t=$(tr ' ' '\n' <<<"${times[$c]}" | grep . | sort -n)
-    printf '%-45s %8.0f (%4.0f–%4.0f) %10.1f\n' "${label[$c]}" "$(median <<<"$t")" \
+    printf '%-45s %6.0f (%4.0f-%4.0f) %8.1f\n' "${label[$c]}" "$(median <<<"$t")" \
         "$(head -1 <<<"$t")" "$(tail -1 <<<"$t")" \
         "$(tr ' ' '\n' <<<"${sizes[$c]}" | grep . | median | awk '{ print $1 / 1024 }')"
 done
