@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
@@ -63,8 +64,13 @@ int main(int argc, char** argv) {
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
                                  {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
-    if (engine.rootObjects().isEmpty())
+    auto* window = engine.rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+    if (!window)
         return 1;
+    // The view leaves itself hidden, so the tests' fixtures decide when theirs appear.
+    window->show();
     // Closing the window ends Brivello; the controller puts the previous default output back
     // on the way out.
     return QGuiApplication::exec();

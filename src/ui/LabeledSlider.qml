@@ -53,8 +53,8 @@ RowLayout {
             border.color: slider.visualFocus ? Theme.focusRing : Theme.controlBorder
         }
     }
+    // Takes its room even without a symbol, so the sliders of a row end at the same place.
     SymbolIcon {
-        visible: line.trailingSymbol !== ""
         name: line.trailingSymbol
         size: 11
     }
