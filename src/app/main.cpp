@@ -8,6 +8,7 @@
 #include "SymbolImageProvider.h"
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
+#include "ZoneListModel.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -56,12 +57,14 @@ int main(int argc, char** argv) {
     AppearanceSetting appearance(systemScheme);
     DeviceListModel devices(model.controller());
     MultiOutputStatus status(model.controller());
+    ZoneListModel zones(model);
 
     QQmlApplicationEngine engine;
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
-                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});
+                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
+                                 {QStringLiteral("zones"), QVariant::fromValue(&zones)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
