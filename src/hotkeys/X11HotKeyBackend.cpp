@@ -113,9 +113,21 @@ std::uint8_t X11HotKeyBackend::keycodeOf(std::uint32_t keySym) const {
     xcb_keycode_t* keycodes = xcb_key_symbols_get_keycode(m_keySymbols, keySym);
     if (!keycodes)
         return 0;
-    const xcb_keycode_t first = keycodes[0];
+    // The key that types the symbol without Shift, where the user looks for it: on a US layout
+    // "<" is also the comma key's shifted symbol, and that key comes first.
+    xcb_keycode_t chosen = keycodes[0];
+    for (int i = 0; keycodes[i] != XCB_NO_SYMBOL; ++i)
+        if (xcb_key_symbols_get_keysym(m_keySymbols, keycodes[i], 0) == keySym) {
+            chosen = keycodes[i];
+            break;
+        }
     std::free(keycodes);
-    return first == XCB_NO_SYMBOL ? 0 : first;
+    return chosen == XCB_NO_SYMBOL ? 0 : chosen;
+}
+
+std::uint8_t X11HotKeyBackend::grabbedKey(Ref ref) const {
+    auto it = m_grabs.find(ref);
+    return it == m_grabs.end() ? 0 : it->second.keycode;
 }
 
 std::array<std::uint16_t, 4> X11HotKeyBackend::lockVariants() const {

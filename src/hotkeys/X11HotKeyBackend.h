@@ -30,6 +30,9 @@ public:
                                Ref& outRef) override;
     Status unregisterEventHotKey(Ref ref) override;
 
+    // The key a registration holds on the current layout; 0 for none.
+    std::uint8_t grabbedKey(Ref ref) const;
+
     // Carbon's answer for a key it does not know.
     static constexpr Status paramErr = -50;
 

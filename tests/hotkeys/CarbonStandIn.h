@@ -22,13 +22,13 @@ public:
                                Ref& outRef) override {
         outRef = 0;
         if (takenElsewhere.contains({keyCode, modifiers}))
-            return -9878; // eventHotKeyExistsErr
+            return eventHotKeyExistsErr;
         outRef = m_nextRef++;
         m_registrations[outRef] = {{keyCode, modifiers}, id};
         return 0;
     }
     Status unregisterEventHotKey(Ref ref) override {
-        return m_registrations.erase(ref) ? 0 : -9879; // eventHotKeyInvalidErr
+        return m_registrations.erase(ref) ? 0 : eventHotKeyInvalidErr;
     }
 
     void press(std::uint32_t keyCode, std::uint32_t modifiers) {
