@@ -33,6 +33,7 @@ ColumnLayout {
             width: scroller.availableWidth
             spacing: 0
             ZonesSection {
+                objectName: "zonesSection"
                 zones: view.zones
                 Layout.fillWidth: true
             }

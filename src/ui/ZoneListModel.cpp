@@ -218,8 +218,15 @@ void ZoneListModel::saveSelection(const QString& id) {
 }
 
 void ZoneListModel::remove(const QString& id) {
-    if (const auto found = zone(id))
-        m_app.zones().remove(*found);
+    // Called from the row's own menu: the row and its menu go with the zone, so the removal waits
+    // until the menu's handler has returned.
+    QMetaObject::invokeMethod(
+        this,
+        [this, id] {
+            if (const auto found = zone(id))
+                m_app.zones().remove(*found);
+        },
+        Qt::QueuedConnection);
 }
 
 void ZoneListModel::activate(const QString& id) {

@@ -53,6 +53,7 @@ public:
     // nothing keeps the old one.
     Q_INVOKABLE bool rename(const QString& id, const QString& name);
     Q_INVOKABLE void saveSelection(const QString& id);
+    // Once control is back in the event loop: the row asking is removed with the zone.
     Q_INVOKABLE void remove(const QString& id);
     Q_INVOKABLE void activate(const QString& id);
     Q_INVOKABLE void setHotKey(const QString& id, quint32 keyCode, quint32 modifiers,
