@@ -8,6 +8,15 @@ Menu {
 
     property bool canSaveSelection
 
+    // As wide as its longest item: the menu's own width would cut "Auswahl in diese Zone
+    // speichern" short.
+    width: {
+        let widest = 0
+        for (let i = 0; i < count; ++i)
+            widest = Math.max(widest, itemAt(i).implicitWidth)
+        return widest + leftPadding + rightPadding
+    }
+
     signal saveSelection()
     signal rename()
     signal editHotKey()

@@ -1,4 +1,5 @@
 #include "PrivateSoundServer.h"
+#include "ZoneCoding.h"
 #include "ZoneStore.h"
 
 #include <QCoreApplication>
@@ -110,7 +111,8 @@ protected:
         process.waitForFinished();
         return QString::fromLatin1(process.readAllStandardOutput()).trimmed();
     }
-    void type(const QString& keys) { xdotool({"key", keys}); }
+    // Keys one after another, separated by spaces.
+    void type(const QString& keys) { xdotool(QStringList{"key"} + keys.split(' ')); }
 
     bool routedTo(const QStringList& present, const QStringList& absent) {
         if (!QString::fromStdString(sound.defaultSink()).contains("brivello", Qt::CaseInsensitive))
@@ -214,6 +216,73 @@ TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     ASSERT_TRUE(brivello.waitForFinished(10000));
     EXPECT_EQ(brivello.exitCode(), 0);
     EXPECT_TRUE(restored());
+}
+
+TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWithIt) {
+    brivello.setProcessEnvironment(environment);
+    brivello.setProcessChannelMode(QProcess::ForwardedChannels);
+    brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
+    const QString window =
+        xdotool({"search", "--sync", "--classname", "^brivello$"}).split('\n').first();
+    ASSERT_FALSE(window.isEmpty());
+    xdotool({"windowfocus", "--sync", window});
+    QThread::msleep(800); // drawn, with the devices listed
+    // Places in the window as drawn at its first size: the "+" of the zones section, the last
+    // two device rows, the first zone row.
+    auto click = [&](int x, int y, const char* button = "1") {
+        xdotool({"mousemove", "--window", window, QString::number(x), QString::number(y)});
+        xdotool({"click", button});
+        QThread::msleep(300);
+    };
+    QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+    auto stored = [&settings] {
+        settings.sync();
+        return decodeZones(settings.value(ZoneStore::key).toByteArray().toStdString())
+            .value_or(std::vector<Zone>{});
+    };
+
+    click(200, 341);
+    click(200, 290);
+    click(488, 98);
+    // The proposal is selected: typing replaces it; Return saves.
+    xdotool({"type", "--delay", "20", "  Bad und Küche  "});
+    type("Return");
+    ASSERT_TRUE(waitUntil([&] { return stored().size() == 1; }));
+    const Zone zone = stored().front();
+    EXPECT_EQ(zone.name, "Bad und Küche");
+    ASSERT_EQ(zone.deviceUIDs.size(), 2u);
+
+    // Its menu's "Tastenkürzel…", the recorder's button, then the combination.
+    click(200, 132, "3");
+    type("Down Down Down Return");
+    QThread::msleep(300);
+    click(187, 358);
+    type("ctrl+alt+space");
+    ASSERT_TRUE(waitUntil([&] { return stored().front().hotKey.has_value(); }));
+    EXPECT_EQ(*stored().front().hotKey, (HotKeyCombo{49, 0x1800, "⌃⌥Space"}));
+    type("Return"); // "Fertig"
+
+    focused.setProcessEnvironment(environment);
+    focused.start(QStringLiteral("xmessage"), {"-name", "focused", "Anderes Fenster"});
+    const QString other = xdotool({"search", "--sync", "--classname", "focused"});
+    xdotool({"windowfocus", "--sync", other.split('\n').first()});
+    const QStringList devices{QString::fromStdString(zone.deviceUIDs[0]),
+                              QString::fromStdString(zone.deviceUIDs[1])};
+    type("ctrl+alt+space");
+    EXPECT_TRUE(waitUntil([&] { return routedTo(devices, {}); })) << "on, from another window";
+    type("ctrl+alt+space");
+    EXPECT_TRUE(waitUntil([this] { return restored(); })) << "and off again";
+
+    // Deleted from its menu, the zone takes its hot key with it.
+    xdotool({"windowfocus", "--sync", window});
+    click(200, 132, "3");
+    type("Down Down Down Down Return");
+    ASSERT_TRUE(waitUntil([&] { return stored().empty(); }));
+    type("ctrl+alt+space");
+    EXPECT_FALSE(waitUntil([&] { return !restored(); }, 1500));
+
+    brivello.terminate();
+    ASSERT_TRUE(brivello.waitForFinished(10000));
 }
 
 int main(int argc, char** argv) {

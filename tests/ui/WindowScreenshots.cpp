@@ -98,6 +98,7 @@ int main(int argc, char** argv) {
              f.status()->activate();
          }},
         {"appearance-menu", 4, [](WindowFixture& f) { tick(f, {1}); }, "appearanceButton"},
+        {"zones-empty", 4, [](WindowFixture&) {}},
         {"zones", 4,
          [](WindowFixture& f) {
              f.holdElsewhere(0x13, 0x0300); // another application has ⇧⌘2
