@@ -2,12 +2,16 @@
 #include "ZoneCoding.h"
 #include "ZoneStore.h"
 
+#include <QColor>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QFile>
+#include <QImage>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
 
@@ -85,7 +89,9 @@ class HotKeyEndToEnd : public testing::Test {
 protected:
     void SetUp() override {
         // Xvfb writes the display number it picked once it accepts clients.
-        xvfb.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-nolisten", "tcp"});
+        // -fbdir: the screen is a file the test can look at.
+        xvfb.start(QStringLiteral("Xvfb"),
+                   {"-displayfd", "1", "-nolisten", "tcp", "-fbdir", folder.path()});
         ASSERT_TRUE(xvfb.waitForReadyRead(10000));
         display = ':' + QString::fromLatin1(xvfb.readLine()).trimmed();
         // The server's client environment is set in this process, so brivello inherits it.
@@ -122,6 +128,30 @@ protected:
         auto fed = [&loopbacks](const QString& sink) { return loopbacks.contains(sink); };
         return std::ranges::all_of(present, fed) && std::ranges::none_of(absent, fed);
     }
+    // The screen as Xvfb keeps it: an XWD file, 32-bit pixels after its header and colour map.
+    QImage screen() {
+        QFile file(folder.filePath("Xvfb_screen0"));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QByteArray data = file.readAll();
+        auto field = [&data](int i) { return qFromBigEndian<quint32>(data.constData() + 4 * i); };
+        const qsizetype offset = field(0) + field(19) * 12;
+        return QImage(reinterpret_cast<const uchar*>(data.constData() + offset), int(field(4)),
+                      int(field(5)), int(field(12)), QImage::Format_RGB32)
+            .copy();
+    }
+    // Whether the warning mark's orange is drawn in the band of the zone row centred at `y`.
+    bool warningMarkAt(int y) {
+        const QImage image = screen();
+        for (int py = y - 8; py <= y + 8; ++py)
+            for (int px = 380; px < 470; ++px) {
+                const QColor c = image.pixelColor(px, py);
+                if (c.red() > 180 && c.green() > 80 && c.green() < 190 && c.blue() < 80)
+                    return true;
+            }
+        return false;
+    }
+
     bool restored() {
         return sound.defaultSink() == originalDefault &&
                !sound.pactl({"list", "short", "sinks"}).contains("brivello", Qt::CaseInsensitive);
@@ -204,7 +234,11 @@ TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     type("ctrl+alt+q");
     EXPECT_FALSE(waitUntil(std::not_fn(zoneA), 1000)) << "the key that carried A before is free";
 
-    // The refused combination stays with the other client; Brivello's other keys still work.
+    // The refused combination stays with the other client, marked in its zone's row (the third;
+    // the window sits at the screen's corner); Brivello's other keys still work.
+    EXPECT_TRUE(warningMarkAt(202));
+    EXPECT_FALSE(warningMarkAt(132));
+    EXPECT_FALSE(warningMarkAt(167));
     type("ctrl+alt+c");
     EXPECT_TRUE(waitUntil([&other] { return other.keyPresses() == 1; }));
     EXPECT_TRUE(zoneA());
@@ -216,6 +250,10 @@ TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     ASSERT_TRUE(brivello.waitForFinished(10000));
     EXPECT_EQ(brivello.exitCode(), 0);
     EXPECT_TRUE(restored());
+    QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+    ZoneStore zones(&settings);
+    ASSERT_EQ(zones.zones().size(), 3u);
+    EXPECT_EQ(zones.zones()[2].hotKey, (HotKeyCombo{0x08, 0x1800, "⌃⌥"})) << "kept as it was";
 }
 
 TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWithIt) {
