@@ -42,6 +42,20 @@ Rectangle {
     ToolTip.visible: pointer.containsMouse && !warningPointer.containsMouse
     ToolTip.delay: 600
 
+    // Under the content, so the warning mark's own hover area (which takes no clicks) is on top.
+    MouseArea {
+        id: pointer
+        anchors.fill: parent
+        hoverEnabled: true
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        cursorShape: Qt.PointingHandCursor
+        onClicked: mouse => {
+            if (mouse.button === Qt.RightButton)
+                menu.popup()
+            else
+                row.activate()
+        }
+    }
     RowLayout {
         id: line
         anchors.fill: parent
@@ -108,19 +122,6 @@ Rectangle {
         }
     }
 
-    MouseArea {
-        id: pointer
-        anchors.fill: parent
-        hoverEnabled: true
-        acceptedButtons: Qt.LeftButton | Qt.RightButton
-        cursorShape: Qt.PointingHandCursor
-        onClicked: mouse => {
-            if (mouse.button === Qt.RightButton)
-                menu.popup()
-            else
-                row.activate()
-        }
-    }
     Rectangle {
         visible: row.activeFocus
         anchors.fill: parent

@@ -262,6 +262,9 @@ TestCase {
         const mark = named("takenMark", rows[0])
         verify(mark.visible)
         compare(mark.ToolTip.text, "Kürzel ist bereits belegt")
+        mouseMove(mark, mark.width / 2, mark.height / 2)
+        tryVerify(() => mark.ToolTip.visible, 2000, "the mark's own tooltip")
+        verify(!rows[0].ToolTip.visible, "instead of the row's")
         verify(!named("takenMark", rows[1]).visible)
         compare(named("hotKeyBadge", rows[0]).text, "⌃⌥Space", "the zone keeps it")
 
