@@ -100,6 +100,10 @@ protected:
         environment.insert(QStringLiteral("DISPLAY"), display);
         environment.insert(QStringLiteral("HOME"), folder.path());
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
+        // Under the sanitizers brivello's exit would count what libdbus and Qt's platform plugins
+        // keep for the whole process (the window reaches for a session bus); leaks of Brivello's
+        // own code are caught by the tests that run it in-process.
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         originalDefault = sound.defaultSink();
     }
     void TearDown() override {
@@ -283,11 +287,13 @@ TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWith
     click(200, 290);
     click(488, 98);
     // The proposal is selected: typing replaces it; Return saves.
-    xdotool({"type", "--delay", "20", "  Bad und Küche  "});
+    // ASCII only: for other characters xdotool remaps a spare key just before pressing it, which
+    // a slow client may read after the press.
+    xdotool({"type", "--delay", "20", "  Bad und Flur  "});
     type("Return");
     ASSERT_TRUE(waitUntil([&] { return stored().size() == 1; }));
     const Zone zone = stored().front();
-    EXPECT_EQ(zone.name, "Bad und Küche");
+    EXPECT_EQ(zone.name, "Bad und Flur");
     ASSERT_EQ(zone.deviceUIDs.size(), 2u);
 
     // Its menu's "Tastenkürzel…", the recorder's button, then the combination.
