@@ -268,13 +268,16 @@ TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWith
         xdotool({"search", "--sync", "--classname", "^brivello$"}).split('\n').first();
     ASSERT_FALSE(window.isEmpty());
     xdotool({"windowfocus", "--sync", window});
-    QThread::msleep(800); // drawn, with the devices listed
+    ASSERT_TRUE(waitUntil([this] {
+        return sound.pactl({"list", "clients"}).contains("Brivello");
+    }));
+    QThread::msleep(1000); // drawn, with the devices listed
     // Places in the window as drawn at its first size: the "+" of the zones section, the last
     // two device rows, the first zone row.
     auto click = [&](int x, int y, const char* button = "1") {
         xdotool({"mousemove", "--window", window, QString::number(x), QString::number(y)});
         xdotool({"click", button});
-        QThread::msleep(300);
+        QThread::msleep(500); // a menu or dialog opens, under the sanitizers too
     };
     QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
     auto stored = [&settings] {
@@ -299,7 +302,7 @@ TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWith
     // Its menu's "Tastenkürzel…", the recorder's button, then the combination.
     click(200, 132, "3");
     type("Down Down Down Return");
-    QThread::msleep(300);
+    QThread::msleep(500);
     click(187, 358);
     type("ctrl+alt+space");
     ASSERT_TRUE(waitUntil([&] { return stored().front().hotKey.has_value(); }));
