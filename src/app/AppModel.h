@@ -4,7 +4,9 @@
 #include "ZoneStore.h"
 
 #include <QObject>
+#include <QUuid>
 
+#include <set>
 #include <vector>
 
 class AudioSystem;
@@ -22,10 +24,17 @@ public:
 
     MultiOutputController& controller() { return m_controller; }
     ZoneStore& zones() { return m_zones; }
+    // The zones whose hot key cannot work because the system or another application holds the
+    // combination. They keep it; a zone sharing an earlier zone's combination is not among them.
+    const std::set<QUuid>& zonesWithTakenHotKey() const { return m_takenHotKeys; }
+
+signals:
+    void takenHotKeysChanged();
 
 private:
     void syncHotKeys(const std::vector<Zone>& zones);
 
     MultiOutputController m_controller;
     ZoneStore m_zones;
+    std::set<QUuid> m_takenHotKeys;
 };

@@ -4,8 +4,9 @@
 extern "C" const char* __lsan_default_suppressions() {
     // libdbus keeps its connection data until dbus_shutdown(), which Qt D-Bus never calls.
     return "leak:libdbus-1.so\n"
-           // Qt 6.4's software scene graph keeps the textures of images it drew for windows that
-           // are gone, when one process shows several windows in turn. Its frames are seen only
-           // with full stacks (ASAN_OPTIONS=fast_unwind_on_malloc=0).
+           // Qt Quick keeps the images it loaded (QQuickPixmap's cache) and the textures made from
+           // them until the process is gone. Their frames show only in full allocation stacks
+           // (fast_unwind_on_malloc=0, see tests/ui/FullAllocationStacks.cpp).
+           "leak:QQuickPixmap\n"
            "leak:QSGRenderContext::textureForFactory\n";
 }

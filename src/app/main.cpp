@@ -9,11 +9,12 @@
 #include "SymbolImageProvider.h"
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
+#include "ZoneListModel.h"
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
-#include <QQuickWindow>
+#include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
@@ -57,19 +58,21 @@ int main(int argc, char** argv) {
     AppearanceSetting appearance(systemScheme);
     DeviceListModel devices(model.controller());
     MultiOutputStatus status(model.controller());
+    ZoneListModel zones(model);
 
     QQmlApplicationEngine engine;
     engine.addImageProvider(QLatin1String(SymbolImageProvider::name), new SymbolImageProvider);
     engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
-                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});
+                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
+                                 {QStringLiteral("zones"), QVariant::fromValue(&zones)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
     auto* window = engine.rootObjects().isEmpty()
                        ? nullptr
-                       : qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+                       : qobject_cast<QWindow*>(engine.rootObjects().first());
     if (!window)
         return 1;
-    // The view leaves itself hidden, so the tests' fixtures decide when theirs appear.
+    // An ApplicationWindow starts hidden.
     window->show();
     // Closing the window ends Brivello; the controller puts the previous default output back
     // on the way out.

@@ -19,6 +19,11 @@ public:
     // status the platform's event handler reports.
     using Handler = std::function<Status(HotKeyID)>;
 
+    // Carbon's answers, which every backend gives so the bookkeeping reads the same everywhere.
+    // "Exists": the system or another application already holds the combination.
+    static constexpr Status eventHotKeyExistsErr = -9878;
+    static constexpr Status eventHotKeyInvalidErr = -9879;
+
     virtual ~HotKeyBackend() = default;
 
     // InstallEventHandler on the application target for hot-key-pressed events.

@@ -46,18 +46,22 @@ HotKeyBackend::Status HotKeyCenter::handle(HotKeyID id) {
     return 0; // consumed, known or not
 }
 
-void HotKeyCenter::registerHotKey(const HotKeyCombo& combo, std::function<void()> action) {
+HotKeyBackend::Status HotKeyCenter::registerHotKey(const HotKeyCombo& combo,
+                                                   std::function<void()> action) {
     installHandler();
     const std::uint32_t id = m_nextID++;
     if (!m_backend)
-        return;
+        return HotKeyBackend::eventHotKeyInvalidErr;
     HotKeyBackend::Ref ref = 0;
     const auto status = m_backend->registerEventHotKey(combo.keyCode, combo.modifiers,
                                                        {fourCharCode("BRVL"), id}, ref);
-    if (status != 0 || ref == 0)
-        return;
+    if (status != 0)
+        return status;
+    if (ref == 0)
+        return HotKeyBackend::eventHotKeyInvalidErr;
     m_refs[id] = ref;
     m_actions[id] = std::move(action);
+    return 0;
 }
 
 void HotKeyCenter::unregisterAll() {

@@ -25,8 +25,10 @@ public:
     // Drops the registrations made with the previous backend.
     void setBackend(std::unique_ptr<HotKeyBackend> backend);
 
-    // Registers the combination; a refusal of the platform is silent and uses up the id.
-    void registerHotKey(const HotKeyCombo& combo, std::function<void()> action);
+    // Registers the combination and answers 0 when it is live, else the platform's refusal
+    // (HotKeyBackend::eventHotKeyExistsErr: something else holds it). A refusal uses up the id
+    // and leaves nothing registered.
+    HotKeyBackend::Status registerHotKey(const HotKeyCombo& combo, std::function<void()> action);
     void unregisterAll();
 
     // The ids of the live registrations, ascending.

@@ -113,9 +113,21 @@ std::uint8_t X11HotKeyBackend::keycodeOf(std::uint32_t keySym) const {
     xcb_keycode_t* keycodes = xcb_key_symbols_get_keycode(m_keySymbols, keySym);
     if (!keycodes)
         return 0;
-    const xcb_keycode_t first = keycodes[0];
+    // The key that types the symbol without Shift, where the user looks for it: on a US layout
+    // "<" is also the comma key's shifted symbol, and that key comes first.
+    xcb_keycode_t chosen = keycodes[0];
+    for (int i = 0; keycodes[i] != XCB_NO_SYMBOL; ++i)
+        if (xcb_key_symbols_get_keysym(m_keySymbols, keycodes[i], 0) == keySym) {
+            chosen = keycodes[i];
+            break;
+        }
     std::free(keycodes);
-    return first == XCB_NO_SYMBOL ? 0 : first;
+    return chosen == XCB_NO_SYMBOL ? 0 : chosen;
+}
+
+std::uint8_t X11HotKeyBackend::grabbedKey(Ref ref) const {
+    auto it = m_grabs.find(ref);
+    return it == m_grabs.end() ? 0 : it->second.keycode;
 }
 
 std::array<std::uint16_t, 4> X11HotKeyBackend::lockVariants() const {
@@ -123,22 +135,24 @@ std::array<std::uint16_t, 4> X11HotKeyBackend::lockVariants() const {
             static_cast<std::uint16_t>(XCB_MOD_MASK_LOCK | m_numLockMask)};
 }
 
-bool X11HotKeyBackend::grab(const Grab& grab) {
-    bool refused = false;
+HotKeyBackend::Status X11HotKeyBackend::grab(const Grab& grab) {
+    Status status = 0;
     for (std::uint16_t lock : lockVariants()) {
         auto cookie = xcb_grab_key_checked(m_connection, 1, m_root, grab.modifiers | lock,
                                            grab.keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
         if (XcbReply<xcb_generic_error_t> error{xcb_request_check(m_connection, cookie)}) {
-            refused = true;
-            if (error->error_code != kBadAccess)
+            if (error->error_code != kBadAccess) {
+                status = eventHotKeyInvalidErr;
                 break;
+            }
+            status = eventHotKeyExistsErr;
         }
     }
-    if (refused) {
+    if (status != 0) {
         ungrab(grab); // only this client's own grabs go; another client's stay untouched
         xcb_flush(m_connection);
     }
-    return !refused;
+    return status;
 }
 
 void X11HotKeyBackend::ungrab(const Grab& grab) {
@@ -166,8 +180,8 @@ HotKeyBackend::Status X11HotKeyBackend::registerEventHotKey(std::uint32_t keyCod
     for (const auto& [ref, existing] : m_grabs)
         if (existing.keycode == grab.keycode && existing.modifiers == grab.modifiers)
             return eventHotKeyExistsErr;
-    if (!this->grab(grab))
-        return eventHotKeyExistsErr;
+    if (const Status status = this->grab(grab); status != 0)
+        return status;
     outRef = m_nextRef++;
     m_grabs[outRef] = grab;
     return 0;
@@ -241,7 +255,7 @@ void X11HotKeyBackend::regrabAfterMappingChange() {
         grab.keycode = keycodeOf(grab.keySym);
         // A key the new layout lacks, or one another client took meanwhile, stays registered
         // but silent until the next layout change brings it back.
-        if (grab.keycode != 0 && !this->grab(grab))
+        if (grab.keycode != 0 && this->grab(grab) != 0)
             grab.keycode = 0;
     }
     xcb_flush(m_connection);

@@ -30,9 +30,10 @@ public:
                                Ref& outRef) override;
     Status unregisterEventHotKey(Ref ref) override;
 
-    // Carbon's answers, kept so the bookkeeping above reads the same on every platform.
-    static constexpr Status eventHotKeyExistsErr = -9878;
-    static constexpr Status eventHotKeyInvalidErr = -9879;
+    // The key a registration holds on the current layout; 0 for none.
+    std::uint8_t grabbedKey(Ref ref) const;
+
+    // Carbon's answer for a key it does not know.
     static constexpr Status paramErr = -50;
 
 private:
@@ -48,8 +49,9 @@ private:
     void setUpXkb();
     std::uint16_t readNumLockMask() const;
     std::uint8_t keycodeOf(std::uint32_t keySym) const;
-    // Grabs every lock variant; false (and nothing left grabbed) when another client holds one.
-    bool grab(const Grab& grab);
+    // Grabs every lock variant; on failure nothing is left grabbed and the answer says why:
+    // eventHotKeyExistsErr when another client holds the combination (BadAccess).
+    Status grab(const Grab& grab);
     void ungrab(const Grab& grab);
     // After a layout change the same symbols sit on other keys: move every grab with them.
     void regrabAfterMappingChange();

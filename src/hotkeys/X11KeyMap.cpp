@@ -1,13 +1,19 @@
 #include "X11KeyMap.h"
 
+#include <QString>
+
 #define XK_MISCELLANY
 #define XK_LATIN1
 #include <X11/keysymdef.h>
 #include <xcb/xproto.h>
 
 #include <map>
+#include <vector>
 
-std::optional<std::uint32_t> x11KeySym(std::uint32_t macKeyCode) {
+namespace {
+
+// macOS virtual key code → X key symbol, one line per key of a standard PC keyboard.
+const std::map<std::uint32_t, std::uint32_t>& keySyms() {
     static const std::map<std::uint32_t, std::uint32_t> keys{
         {0x00, XK_a},
         {0x01, XK_s},
@@ -111,8 +117,50 @@ std::optional<std::uint32_t> x11KeySym(std::uint32_t macKeyCode) {
         {0x7D, XK_Down},
         {0x7E, XK_Up},
     };
-    auto it = keys.find(macKeyCode);
-    return it == keys.end() ? std::nullopt : std::optional(it->second);
+    return keys;
+}
+
+} // namespace
+
+std::optional<std::uint32_t> x11KeySym(std::uint32_t macKeyCode) {
+    auto it = keySyms().find(macKeyCode);
+    return it == keySyms().end() ? std::nullopt : std::optional(it->second);
+}
+
+std::optional<std::uint16_t> macKeyCode(std::uint32_t keySym) {
+    static const std::map<std::uint32_t, std::uint16_t> codes = [] {
+        std::map<std::uint32_t, std::uint16_t> inverse;
+        for (const auto& [code, sym] : keySyms())
+            inverse.emplace(sym, static_cast<std::uint16_t>(code));
+        return inverse;
+    }();
+    auto it = codes.find(keySym);
+    return it == codes.end() ? std::nullopt : std::optional(it->second);
+}
+
+std::optional<std::uint16_t> macKeyCodeOfKey(std::uint32_t unshifted, std::uint32_t shifted) {
+    if (auto code = macKeyCode(unshifted))
+        return code;
+    return macKeyCode(shifted);
+}
+
+std::optional<std::string> keySymText(std::uint32_t keySym) {
+    // Latin-1 symbols are their own code points; 0x1000000 + U marks any other Unicode one.
+    char32_t c = 0;
+    if ((keySym >= 0x20 && keySym <= 0x7E) || (keySym >= 0xA0 && keySym <= 0xFF))
+        c = keySym;
+    else if (keySym >= 0x1000100 && keySym <= 0x110FFFF)
+        c = keySym - 0x1000000;
+    else
+        return std::nullopt;
+    return QString::fromUcs4(&c, 1).toStdString();
+}
+
+std::vector<std::uint32_t> grabbableMacKeyCodes() {
+    std::vector<std::uint32_t> codes;
+    for (const auto& [code, sym] : keySyms())
+        codes.push_back(code);
+    return codes;
 }
 
 std::uint16_t x11Modifiers(std::uint32_t carbonMask) {

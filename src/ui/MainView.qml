@@ -11,8 +11,7 @@ ColumnLayout {
     required property DeviceListModel devices
     required property MultiOutputStatus status
     required property AppearanceSetting appearance
-    // The zones section's place, above the devices.
-    property alias zonesSection: zonesSlot.sourceComponent
+    required property ZoneListModel zones
     property alias toneControl: bottomBar.toneControl
 
     spacing: 0
@@ -33,8 +32,9 @@ ColumnLayout {
         ColumnLayout {
             width: scroller.availableWidth
             spacing: 0
-            Loader {
-                id: zonesSlot
+            ZonesSection {
+                objectName: "zonesSection"
+                zones: view.zones
                 Layout.fillWidth: true
             }
             DeviceSection {

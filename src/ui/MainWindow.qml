@@ -10,6 +10,7 @@ ApplicationWindow {
     required property DeviceListModel devices
     required property MultiOutputStatus status
     required property AppearanceSetting appearance
+    required property ZoneListModel zones
     // Drawn over the main view while it is there.
     property alias splash: splashSlot.sourceComponent
     property alias mainView: mainView
@@ -53,6 +54,7 @@ ApplicationWindow {
         devices: window.devices
         status: window.status
         appearance: window.appearance
+        zones: window.zones
     }
 
     Loader {

@@ -48,6 +48,8 @@ constexpr std::array symbols{
     SymbolEntry{"stop.circle", "circle-stop"},
     SymbolEntry{"macwindow", "app-window"},
     SymbolEntry{"power", "power"},
+    // The triangle filled, the exclamation mark cut out of it.
+    SymbolEntry{"exclamationmark.triangle.fill", "triangle-alert", "FCC"},
 };
 
 constexpr SymbolEntry fallback{"questionmark.circle", "circle-question-mark"};

@@ -21,6 +21,7 @@ QtObject {
     // Text
     readonly property color primaryText: dark ? "#f2f2f4" : "#1c1c1e"
     readonly property color secondaryText: dark ? "#a1a1a8" : "#6c6c72"
+    readonly property color tertiaryText: dark ? "#86868d" : "#8a8a90"
     readonly property color onAccentText: "#ffffff"
 
     // The system's colours
@@ -29,6 +30,15 @@ QtObject {
     readonly property color red: dark ? "#ff453a" : "#e0352b"
     readonly property color yellow: dark ? "#ffd60a" : "#e6b800"
     readonly property color orange: dark ? "#ff9f0a" : "#ff9500"
+
+    // Zones: the active zone's tint, the box of a hot key, a zone none of whose devices is there,
+    // and the sheets and prompts that float over the window.
+    readonly property color activeZoneBackground: Qt.rgba(accent.r, accent.g, accent.b, 0.12)
+    readonly property color hotKeyBadge: Qt.rgba(secondaryText.r, secondaryText.g, secondaryText.b, 0.15)
+    readonly property real unavailableOpacity: 0.45
+    readonly property color warning: dark ? "#ffb340" : "#c46a00"
+    readonly property color sheetBackground: dark ? "#2a2a2e" : "#fbfbfc"
+    readonly property color dimmer: Qt.rgba(0, 0, 0, dark ? 0.45 : 0.22)
 
     // Type sizes in pixels: title, body, subheadline, caption, caption2
     readonly property int titleSize: 22

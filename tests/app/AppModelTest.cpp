@@ -51,6 +51,39 @@ TEST(AppModel, SavedHotKeysAreLiveAtOnceFollowTheZonesAndActOnTheZoneAsItIsNow) 
     carbon.press(0, 0x0300);
 }
 
+TEST(AppModel, AHotKeySomethingElseHoldsStaysWithItsZoneAndIsReportedWhileTheOthersWork) {
+    auto backend = std::make_unique<CarbonStandIn>();
+    CarbonStandIn& carbon = *backend;
+    HotKeyCenter::shared().setBackend(std::move(backend));
+    carbon.takenElsewhere.insert({49, 0x1800});
+    CoreAudioStandIn audio;
+    audio.setDefaultOutput(audio.plug({.uid = "speakers", .name = "Speakers"}));
+    CoreAudioSystem system(audio);
+    QTemporaryDir folder;
+    QSettings settings(folder.filePath(QStringLiteral("brivello.conf")), QSettings::IniFormat);
+    AppModel model(system, &settings);
+    int reports = 0;
+    QObject::connect(&model, &AppModel::takenHotKeysChanged, [&reports] { ++reports; });
+
+    ZoneStore& zones = model.zones();
+    zones.add("Büro", {"speakers"});
+    zones.add("Küche", {"speakers"});
+    zones.add("Flur", {"speakers"});
+    zones.setHotKey(HotKeyCombo{49, 0x1800, "⌃⌥Space"}, zones.zones()[0]);
+    zones.setHotKey(HotKeyCombo{11, 0x1800, "⌃⌥B"}, zones.zones()[1]);
+    // The same combination as Küche: Brivello's own, so not reported as held elsewhere.
+    zones.setHotKey(HotKeyCombo{11, 0x1800, "⌃⌥B"}, zones.zones()[2]);
+    EXPECT_EQ(model.zonesWithTakenHotKey(), std::set<QUuid>{zones.zones()[0].id});
+    EXPECT_EQ(reports, 1) << "once, when it became true";
+    EXPECT_TRUE(zones.zones()[0].hotKey) << "the zone keeps its combination";
+    carbon.press(11, 0x1800);
+    EXPECT_EQ(model.controller().activeZoneID(), zones.zones()[1].id);
+
+    zones.setHotKey(std::nullopt, zones.zones()[0]);
+    EXPECT_TRUE(model.zonesWithTakenHotKey().empty());
+    EXPECT_EQ(reports, 2);
+}
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     QCoreApplication app(argc, argv);

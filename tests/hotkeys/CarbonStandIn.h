@@ -2,13 +2,14 @@
 
 #include "HotKeyBackend.h"
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <utility>
 
-// The Carbon event manager's hot-key calls in memory: a combination held by the system or
-// another application is refused with eventHotKeyExistsErr, and a key press reaches the one
-// installed handler with the registration's id.
+// The Carbon event manager's hot-key calls in memory: a combination held by the system, another
+// application or an earlier registration is refused with eventHotKeyExistsErr, and a key press
+// reaches the one installed handler with the registration's id.
 class CarbonStandIn : public HotKeyBackend {
 public:
     using Combination = std::pair<std::uint32_t, std::uint32_t>;
@@ -21,14 +22,19 @@ public:
     Status registerEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers, HotKeyID id,
                                Ref& outRef) override {
         outRef = 0;
-        if (takenElsewhere.contains({keyCode, modifiers}))
-            return -9878; // eventHotKeyExistsErr
+        // Carbon refuses a combination this application has registered already, too.
+        const bool ownAlready =
+            std::any_of(m_registrations.begin(), m_registrations.end(), [&](const auto& entry) {
+                return entry.second.first == Combination{keyCode, modifiers};
+            });
+        if (takenElsewhere.contains({keyCode, modifiers}) || ownAlready)
+            return eventHotKeyExistsErr;
         outRef = m_nextRef++;
         m_registrations[outRef] = {{keyCode, modifiers}, id};
         return 0;
     }
     Status unregisterEventHotKey(Ref ref) override {
-        return m_registrations.erase(ref) ? 0 : -9879; // eventHotKeyInvalidErr
+        return m_registrations.erase(ref) ? 0 : eventHotKeyInvalidErr;
     }
 
     void press(std::uint32_t keyCode, std::uint32_t modifiers) {

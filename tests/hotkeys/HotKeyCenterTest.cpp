@@ -19,17 +19,18 @@ TEST(HotKeyCenter, ResyncsKeepOneHandlerIdsOnlyGrowAndARefusalLeavesNothing) {
     HotKeyCenter center(std::move(backend));
     std::vector<std::uint32_t> pressed;
     auto registerKey = [&](std::uint32_t key) {
-        center.registerHotKey({key, kCmdShift, "x"}, [&pressed, key] { pressed.push_back(key); });
+        return center.registerHotKey({key, kCmdShift, "x"},
+                                     [&pressed, key] { pressed.push_back(key); });
     };
     for (std::uint32_t key : {0u, 1u, 2u})
         registerKey(key);
     center.unregisterAll();
-    registerKey(5);
+    EXPECT_EQ(registerKey(5), 0);
     EXPECT_EQ(center.registeredIDs(), std::vector<std::uint32_t>{4});
 
-    // Refused: id 5 is used up, and neither an entry nor its action stays behind.
+    // Refused, and said so: id 5 is used up, and neither an entry nor its action stays behind.
     carbon.takenElsewhere.insert({49, kCmdShift});
-    registerKey(49);
+    EXPECT_EQ(registerKey(49), HotKeyBackend::eventHotKeyExistsErr);
     EXPECT_EQ(center.registeredIDs(), std::vector<std::uint32_t>{4});
     carbon.send({fourCharCode("BRVL"), 5});
     carbon.press(1, kCmdShift);

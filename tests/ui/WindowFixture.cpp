@@ -1,5 +1,10 @@
 #include "WindowFixture.h"
 
+#include "HotKeyCenter.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include <algorithm>
 
 using namespace coreaudio;
@@ -34,10 +39,11 @@ void WindowFixture::reset(int count) {
     // Declared so that they end in the reverse order: models, controller, system, stand-in.
     auto oldAudio = std::move(m_audio);
     auto oldSystem = std::move(m_system);
-    auto oldController = std::move(m_controller);
+    auto oldApp = std::move(m_app);
     auto oldAppearance = std::move(m_appearance);
     auto oldStatus = std::move(m_status);
     auto oldDevices = std::move(m_devices);
+    auto oldZones = std::move(m_zones);
 
     m_settings = std::make_unique<QSettings>(
         m_folder.filePath(QStringLiteral("brivello-%1.conf").arg(reinterpret_cast<quintptr>(this))),
@@ -52,10 +58,15 @@ void WindowFixture::reset(int count) {
             m_audio->setDefaultOutput(id);
     }
     m_system = std::make_unique<CoreAudioSystem>(*m_audio);
-    m_controller = std::make_unique<MultiOutputController>(*m_system);
+    auto carbon = std::make_unique<CarbonStandIn>();
+    m_carbon = carbon.get();
+    HotKeyCenter::shared().setBackend(std::move(carbon));
+    m_app = std::make_unique<AppModel>(*m_system, m_settings.get());
+    m_controller = &m_app->controller();
     m_devices = std::make_unique<DeviceListModel>(*m_controller);
     m_status = std::make_unique<MultiOutputStatus>(*m_controller);
     m_appearance = std::make_unique<AppearanceSetting>(m_systemScheme, m_settings.get());
+    m_zones = std::make_unique<ZoneListModel>(*m_app);
     emit rebuilt();
     m_audio->clearRecords();
 }
@@ -101,4 +112,38 @@ double WindowFixture::storedVolume(int row) const {
 
 void WindowFixture::changeVolume(int row, double volume) {
     m_controller->setVolume(static_cast<float>(volume), m_controller->devices().at(row));
+}
+
+void WindowFixture::saveZone(const QString& name, const QStringList& uids, quint32 keyCode,
+                             quint32 modifiers, const QString& display) {
+    std::vector<std::string> list;
+    for (const auto& uid : uids)
+        list.push_back(uid.toStdString());
+    auto& store = m_app->zones();
+    store.add(name.toStdString(), list);
+    if (!display.isEmpty())
+        store.setHotKey(HotKeyCombo{keyCode, modifiers, display.toStdString()},
+                        store.zones().back());
+}
+
+QVariantList WindowFixture::storedZones() const {
+    const QByteArray json = m_settings->value(QLatin1String(ZoneStore::key)).toByteArray();
+    return QJsonDocument::fromJson(json).array().toVariantList();
+}
+
+void WindowFixture::holdElsewhere(quint32 keyCode, quint32 modifiers) {
+    m_carbon->takenElsewhere.insert({keyCode, modifiers});
+}
+
+bool WindowFixture::pressHotKey(quint32 keyCode, quint32 modifiers) {
+    const int registered = hotKeyRegistrations();
+    const auto before = m_controller->activeZoneID();
+    const bool wasActive = m_controller->isActive();
+    m_carbon->press(keyCode, modifiers);
+    return registered > 0 &&
+           (before != m_controller->activeZoneID() || wasActive != m_controller->isActive());
+}
+
+int WindowFixture::hotKeyRegistrations() const {
+    return static_cast<int>(m_carbon->registrationCount());
 }

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "AppModel.h"
 #include "AppearanceSetting.h"
+#include "CarbonStandIn.h"
 #include "CoreAudioStandIn.h"
 #include "CoreAudioSystem.h"
 #include "DeviceListModel.h"
 #include "MultiOutputController.h"
 #include "MultiOutputStatus.h"
 #include "SystemColorScheme.h"
+#include "ZoneListModel.h"
 
 #include <QObject>
 #include <QSettings>
@@ -15,14 +18,16 @@
 
 #include <memory>
 
-// The window's inputs over the in-memory Core Audio: a controller with up to four typed devices,
-// the models the views bind to, and an appearance setting in a settings file of its own. QML tests
-// and the screenshot program build the window from it and look at what the sound system got.
+// The window's inputs over the in-memory Core Audio and Carbon: the application model with up to
+// four typed devices, the models the views bind to, and zones and an appearance setting in a
+// settings file of its own. QML tests and the screenshot program build the window from it and
+// look at what the sound system, the hot-key service and the settings got.
 class WindowFixture : public QObject {
     Q_OBJECT
     Q_PROPERTY(DeviceListModel* devices READ devices NOTIFY rebuilt)
     Q_PROPERTY(MultiOutputStatus* status READ status NOTIFY rebuilt)
     Q_PROPERTY(AppearanceSetting* appearance READ appearance NOTIFY rebuilt)
+    Q_PROPERTY(ZoneListModel* zones READ zones NOTIFY rebuilt)
 public:
     explicit WindowFixture(QObject* parent = nullptr);
     ~WindowFixture() override;
@@ -30,6 +35,7 @@ public:
     DeviceListModel* devices() const { return m_devices.get(); }
     MultiOutputStatus* status() const { return m_status.get(); }
     AppearanceSetting* appearance() const { return m_appearance.get(); }
+    ZoneListModel* zones() const { return m_zones.get(); }
 
     // A fresh sound system with the first `count` of the four devices (Bluetooth speaker, USB
     // DAC, built-in speakers, TV), the built-in ones as default output, and fresh models.
@@ -44,6 +50,17 @@ public:
     // A volume set while no slider moves, as the menu-bar panel or a hot key would.
     Q_INVOKABLE void changeVolume(int row, double volume);
 
+    // A zone saved as an earlier run left it; `display` empty for none.
+    Q_INVOKABLE void saveZone(const QString& name, const QStringList& uids, quint32 keyCode = 0,
+                              quint32 modifiers = 0, const QString& display = {});
+    // The zone list as stored, parsed: each zone's "name", "deviceUIDs" and "hotKey".
+    Q_INVOKABLE QVariantList storedZones() const;
+    // Another application holds the combination from now on.
+    Q_INVOKABLE void holdElsewhere(quint32 keyCode, quint32 modifiers);
+    // The combination pressed anywhere in the system; false when no hot key has it.
+    Q_INVOKABLE bool pressHotKey(quint32 keyCode, quint32 modifiers);
+    Q_INVOKABLE int hotKeyRegistrations() const;
+
 signals:
     void rebuilt();
 
@@ -52,9 +69,12 @@ private:
     std::unique_ptr<QSettings> m_settings;
     std::unique_ptr<CoreAudioStandIn> m_audio;
     std::unique_ptr<CoreAudioSystem> m_system;
-    std::unique_ptr<MultiOutputController> m_controller;
+    CarbonStandIn* m_carbon = nullptr; // owned by the hot-key center
+    std::unique_ptr<AppModel> m_app;
+    MultiOutputController* m_controller = nullptr;
     std::unique_ptr<DeviceListModel> m_devices;
     std::unique_ptr<MultiOutputStatus> m_status;
     SystemColorScheme m_systemScheme;
     std::unique_ptr<AppearanceSetting> m_appearance;
+    std::unique_ptr<ZoneListModel> m_zones;
 };

@@ -1,11 +1,13 @@
 // Writes pictures of the main window in its typical states, light and dark, into the folder given
 // as the only argument: the window over the in-memory Core Audio, drawn offscreen.
+#include "KeyPressRecorder.h"
 #include "SymbolImageProvider.h"
 #include "WindowFixture.h"
 
 #include <QDir>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
+#include <QQuickItem>
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QTest>
@@ -23,7 +25,42 @@ struct Scene {
     int deviceCount;
     std::function<void(WindowFixture&)> arrange;
     const char* clickedButton = nullptr; // by object name, pressed once the window shows
+    std::function<void(QQuickWindow&)> shown = nullptr;
 };
+
+// Three zones as a user would have them: one with a hot key, one playing, and one whose devices
+// are all gone.
+void threeZones(WindowFixture& f) {
+    f.saveZone(QStringLiteral("Wohnzimmer"),
+               {QStringLiteral("hdmi-tv"), QStringLiteral("bt-kitchen"), QStringLiteral("builtin")},
+               0x31, 0x1800, QStringLiteral("⌃⌥Space"));
+    f.saveZone(QStringLiteral("Arbeitszimmer"), {QStringLiteral("usb-dac")}, 0x13, 0x0300,
+               QStringLiteral("⇧⌘2"));
+    f.saveZone(QStringLiteral("Terrasse"),
+               {QStringLiteral("airplay-garden"), QStringLiteral("bt-garden")});
+    f.zones()->activate(f.zones()->data(f.zones()->index(1, 0), ZoneListModel::IdRole).toString());
+}
+
+// The first zone's hot-key sheet, listening for a combination.
+QQuickItem* findItem(QQuickItem* root, const QString& name) {
+    if (root->objectName() == name)
+        return root;
+    for (QQuickItem* child : root->childItems())
+        if (QQuickItem* found = findItem(child, name))
+            return found;
+    return nullptr;
+}
+
+void sheetRecording(QQuickWindow& window) {
+    // Repeater rows are visual children only.
+    QObject* row = findItem(window.contentItem(), QStringLiteral("zoneRow"));
+    auto* sheet = row ? row->property("hotKeySheet").value<QObject*>() : nullptr;
+    if (!sheet)
+        return;
+    QMetaObject::invokeMethod(sheet, "open");
+    if (auto* recorder = sheet->findChild<KeyPressRecorder*>())
+        recorder->start();
+}
 
 void tick(WindowFixture& fixture, std::initializer_list<int> rows) {
     for (int row : rows)
@@ -61,6 +98,13 @@ int main(int argc, char** argv) {
              f.status()->activate();
          }},
         {"appearance-menu", 4, [](WindowFixture& f) { tick(f, {1}); }, "appearanceButton"},
+        {"zones-empty", 4, [](WindowFixture&) {}},
+        {"zones", 4,
+         [](WindowFixture& f) {
+             f.holdElsewhere(0x13, 0x0300); // another application has ⇧⌘2
+             threeZones(f);
+         }},
+        {"hotkey-sheet", 4, threeZones, nullptr, sheetRecording},
     };
 
     WindowFixture fixture;
@@ -76,7 +120,8 @@ int main(int argc, char** argv) {
             engine.setInitialProperties(
                 {{QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
                  {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
-                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())}});
+                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())},
+                 {QStringLiteral("zones"), QVariant::fromValue(fixture.zones())}});
             engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
             auto* window = engine.rootObjects().isEmpty()
                                ? nullptr
@@ -86,6 +131,8 @@ int main(int argc, char** argv) {
                 continue;
             }
             window->show();
+            if (scene.shown)
+                scene.shown(*window);
             if (scene.clickedButton)
                 if (auto* button = window->findChild<QObject*>(scene.clickedButton))
                     QMetaObject::invokeMethod(button, "clicked");

@@ -24,7 +24,8 @@ TestCase {
     function init() {
         fixture.reset(4)
         window = windowComponent.createObject(null, {
-            devices: fixture.devices, status: fixture.status, appearance: fixture.appearance
+            devices: fixture.devices, status: fixture.status, appearance: fixture.appearance,
+            zones: fixture.zones
         })
         verify(window)
         waitForRendering(window.contentItem)
