@@ -12,6 +12,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
+#include <QQmlComponent>
 #include <QQuickStyle>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -59,9 +60,12 @@ int main(int argc, char** argv) {
 
     QQmlApplicationEngine engine;
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    // The window opens behind the animated logo, which fades away once it has played.
+    QQmlComponent splash(&engine, QUrl(QStringLiteral("qrc:/Brivello/SplashScreen.qml")));
     engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
-                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});
+                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
+                                 {QStringLiteral("splash"), QVariant::fromValue(&splash)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
