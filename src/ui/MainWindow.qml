@@ -57,6 +57,7 @@ ApplicationWindow {
 
     Loader {
         id: splashSlot
+        objectName: "splashSlot"
         anchors.fill: parent
         z: 1
 

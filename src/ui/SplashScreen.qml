@@ -17,7 +17,8 @@ Rectangle {
 
     SplashAnimation {
         id: animation
-        source: "assets/SplashAnim.png"
+        // Bundled with the module, beside this file.
+        source: Qt.resolvedUrl("assets/SplashAnim.png")
     }
 
     SplashPlayback {

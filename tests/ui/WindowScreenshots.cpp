@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
+#include <QQmlComponent>
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QTest>
@@ -23,6 +24,8 @@ struct Scene {
     int deviceCount;
     std::function<void(WindowFixture&)> arrange;
     const char* clickedButton = nullptr; // by object name, pressed once the window shows
+    bool splash = false;                 // the window opens behind the animated logo
+    int settleMs = 400;                  // fades, menus and meters settle
 };
 
 void tick(WindowFixture& fixture, std::initializer_list<int> rows) {
@@ -61,6 +64,8 @@ int main(int argc, char** argv) {
              f.status()->activate();
          }},
         {"appearance-menu", 4, [](WindowFixture& f) { tick(f, {1}); }, "appearanceButton"},
+        // Caught with the waves spreading, about two thirds into its 1.6 s.
+        {"splash", 4, [](WindowFixture&) {}, nullptr, true, 1050},
     };
 
     WindowFixture fixture;
@@ -73,10 +78,14 @@ int main(int argc, char** argv) {
 
             QQmlApplicationEngine engine;
             engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
-            engine.setInitialProperties(
-                {{QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
-                 {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
-                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())}});
+            QQmlComponent splash(&engine, QUrl(QStringLiteral("qrc:/Brivello/SplashScreen.qml")));
+            QVariantMap properties{
+                {QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
+                {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
+                {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())}};
+            if (scene.splash)
+                properties.insert(QStringLiteral("splash"), QVariant::fromValue(&splash));
+            engine.setInitialProperties(properties);
             engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
             auto* window = engine.rootObjects().isEmpty()
                                ? nullptr
@@ -89,7 +98,7 @@ int main(int argc, char** argv) {
             if (scene.clickedButton)
                 if (auto* button = window->findChild<QObject*>(scene.clickedButton))
                     QMetaObject::invokeMethod(button, "clicked");
-            QTest::qWait(400); // fades, menus and meters settle
+            QTest::qWait(scene.settleMs);
             const QString file =
                 folder.filePath(QStringLiteral("%1-%2.png").arg(scene.name, scheme));
             if (!window->grabWindow().save(file))
