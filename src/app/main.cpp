@@ -14,6 +14,7 @@
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
@@ -38,6 +39,9 @@ int main(int argc, char** argv) {
     QGuiApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
     QGuiApplication::setApplicationName(QStringLiteral("brivello"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Brivello"));
+    // Desktops match the window to the installed de.tandrel.brivello.desktop by this name (the
+    // Wayland app id) and by the X11 class "brivello", which Qt takes from the application name.
+    QGuiApplication::setDesktopFileName(QStringLiteral("de.tandrel.brivello"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/AppLogo.svg")));
     // One look on every system: Qt would pick a different style per platform.
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
@@ -67,8 +71,13 @@ int main(int argc, char** argv) {
                                  {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
                                  {QStringLiteral("splash"), QVariant::fromValue(&splash)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
-    if (engine.rootObjects().isEmpty())
+    auto* window = engine.rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    if (!window)
         return 1;
+    // The window leaves its visibility to whoever shows it (tests and screenshots do it too).
+    window->show();
     // Closing the window ends Brivello; the controller puts the previous default output back
     // on the way out.
     return QGuiApplication::exec();
