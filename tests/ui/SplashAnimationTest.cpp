@@ -2,7 +2,7 @@
 #include "SplashPlayback.h"
 
 #include <QElapsedTimer>
-#include <QGuiApplication>
+#include <QCoreApplication>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -132,6 +132,6 @@ TEST(SplashPlayback, FinishesOnceAfterTheDurationOrAtAClick) {
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    QGuiApplication app(argc, argv);
+    QCoreApplication app(argc, argv);
     return RUN_ALL_TESTS();
 }
