@@ -29,7 +29,7 @@ TEST(SplashAnimation, DecodesInTheBackgroundAndPublishesTheTotalLast) {
     bool onMainThread = true;
     const auto note = [&](const char* what) {
         published << QLatin1String(what);
-        onMainThread = onMainThread && QThread::currentThread() == qApp->thread();
+        onMainThread = onMainThread && QThread::currentThread() == QCoreApplication::instance()->thread();
     };
     QObject::connect(&animation, &SplashAnimation::framesChanged, [&] { note("frames"); });
     QObject::connect(&animation, &SplashAnimation::totalChanged, [&] { note("total"); });

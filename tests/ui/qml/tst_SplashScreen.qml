@@ -15,7 +15,7 @@ TestCase {
             visible: true
             splash: Component {
                 SplashScreen {
-                    playbackDuration: 0.6
+                    playbackDuration: 1.0
                 }
             }
         }
@@ -44,7 +44,7 @@ TestCase {
     function test_playsItsFramesThenFadesAwayOverTheMainView() {
         const opened = openWindow()
         const playback = opened.splash.playback
-        tryVerify(() => playback.playing, 3000, "the bundled animation decodes and starts")
+        tryVerify(() => playback.playing, 5000, "the bundled animation decodes and starts")
         verify(opened.slot.z > opened.window.mainView.z)
 
         let last = 0, seen = 1
@@ -55,7 +55,7 @@ TestCase {
                 ++seen
             }
             return playback.finished
-        }, 3000)
+        }, 5000)
         verify(seen > 5, "several frames were shown, not just the first")
         compare(opened.finished.count, 1)
         verify(opened.slot.opacity < 1 || !opened.slot.active, "fading")
@@ -68,7 +68,7 @@ TestCase {
         mouseClick(opened.splash)
         compare(opened.finished.count, 1)
         tryCompare(opened.slot, "active", false, 2000)
-        wait(700) // past the playback duration
+        wait(1100) // past the playback duration
         compare(opened.finished.count, 1)
     }
 }
