@@ -1,8 +1,8 @@
 #include "SplashAnimation.h"
 #include "SplashPlayback.h"
 
-#include <QElapsedTimer>
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -29,7 +29,8 @@ TEST(SplashAnimation, DecodesInTheBackgroundAndPublishesTheTotalLast) {
     bool onMainThread = true;
     const auto note = [&](const char* what) {
         published << QLatin1String(what);
-        onMainThread = onMainThread && QThread::currentThread() == QCoreApplication::instance()->thread();
+        onMainThread =
+            onMainThread && QThread::currentThread() == QCoreApplication::instance()->thread();
     };
     QObject::connect(&animation, &SplashAnimation::framesChanged, [&] { note("frames"); });
     QObject::connect(&animation, &SplashAnimation::totalChanged, [&] { note("total"); });
