@@ -58,7 +58,8 @@ TestCase {
         }, 5000)
         verify(seen > 5, "several frames were shown, not just the first")
         compare(opened.finished.count, 1)
-        verify(opened.slot.opacity < 1 || !opened.slot.active, "fading")
+        verify(opened.slot.active, "it fades before it goes")
+        tryVerify(() => opened.slot.opacity < 1 || !opened.slot.active, 1000, "fading")
         tryCompare(opened.slot, "active", false, 2000)
         compare(opened.finished.count, 1)
     }
