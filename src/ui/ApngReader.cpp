@@ -6,6 +6,8 @@
 #include <QRect>
 
 #include <cstdint>
+#include <optional>
+#include <utility>
 
 using PngChunks::readU16;
 using PngChunks::readU32;
@@ -13,8 +15,8 @@ using PngChunks::readU32;
 namespace {
 
 // Bounds on what a file may make us allocate: a side of the canvas, and all frames together.
-constexpr std::uint32_t kMaxSide = 8192;
-constexpr qint64 kMaxDecodedBytes = qint64(512) << 20;
+constexpr std::uint32_t kMaxSide = 4096;
+constexpr qint64 kMaxDecodedBytes = qint64(256) << 20;
 
 constexpr std::uint8_t disposeNone = 0, disposeBackground = 1, disposePrevious = 2;
 constexpr std::uint8_t blendSource = 0, blendOver = 1;

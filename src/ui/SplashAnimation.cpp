@@ -21,7 +21,7 @@ void SplashAnimation::setSource(const QUrl& source) {
     auto promise = std::make_shared<QPromise<std::optional<std::vector<ApngFrame>>>>();
     m_decoding.setFuture(promise->future());
     promise->start();
-    // The task holds nothing of this object: if it ends first, the result is simply dropped.
+    // The task holds nothing of this object: if the object goes first, the result is dropped.
     QThreadPool::globalInstance()->start([promise, path] {
         QFile file(path);
         // A missing or unreadable file publishes nothing: the splash waits for a click.
