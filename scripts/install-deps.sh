@@ -22,6 +22,9 @@ packages=(
   qml6-module-qtquick-layouts qml6-module-qtquick-window qml6-module-qtqml-workerscript
   qml6-module-qttest libgl-dev
   libxcb1-dev libxcb-keysyms1-dev libxcb-xkb-dev x11proto-dev
+  # the installed application: desktop entry and AppStream checks, and the Debian package's
+  # library dependencies (CPack runs dpkg-shlibdeps on what `file` calls ELF)
+  desktop-file-utils appstream dpkg-dev file
   # run and test: a private sound server, a virtual X display, key injection, sound analysis
   pulseaudio pulseaudio-utils xvfb xauth xdotool x11-utils sox
   # the same tests on PipeWire: its daemon, session manager and pulse server, and a bus for them

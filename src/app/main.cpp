@@ -13,6 +13,7 @@
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
+#include <QQmlComponent>
 #include <QQuickStyle>
 #include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
@@ -39,6 +40,9 @@ int main(int argc, char** argv) {
     QGuiApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
     QGuiApplication::setApplicationName(QStringLiteral("brivello"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Brivello"));
+    // Desktops match the window to the installed de.tandrel.brivello.desktop by this name (the
+    // Wayland app id) and by the X11 class "brivello", which Qt takes from the application name.
+    QGuiApplication::setDesktopFileName(QStringLiteral("de.tandrel.brivello"));
     QGuiApplication::setWindowIcon(appLogoIcon());
     // One look on every system: Qt would pick a different style per platform.
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
@@ -62,17 +66,20 @@ int main(int argc, char** argv) {
 
     QQmlApplicationEngine engine;
     engine.addImageProvider(QLatin1String(SymbolImageProvider::name), new SymbolImageProvider);
+    // The window opens behind the animated logo, which fades away once it has played.
+    QQmlComponent splash(&engine, QUrl(QStringLiteral("qrc:/Brivello/SplashScreen.qml")));
     engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
                                  {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
-                                 {QStringLiteral("zones"), QVariant::fromValue(&zones)}});
+                                 {QStringLiteral("zones"), QVariant::fromValue(&zones)},
+                                 {QStringLiteral("splash"), QVariant::fromValue(&splash)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
     auto* window = engine.rootObjects().isEmpty()
                        ? nullptr
                        : qobject_cast<QWindow*>(engine.rootObjects().first());
     if (!window)
         return 1;
-    // An ApplicationWindow starts hidden.
+    // The window leaves its visibility to whoever shows it (tests and screenshots do it too).
     window->show();
     // Closing the window ends Brivello; the controller puts the previous default output back
     // on the way out.

@@ -59,7 +59,27 @@ ApplicationWindow {
 
     Loader {
         id: splashSlot
+        objectName: "splashSlot"
         anchors.fill: parent
         z: 1
+
+        // The splash says once that it is done; it then fades away over the main view and goes.
+        NumberAnimation on opacity {
+            id: splashFade
+            running: false
+            to: 0
+            duration: 450
+            easing.type: Easing.OutQuad
+            onFinished: splashSlot.active = false
+        }
+
+        Connections {
+            target: splashSlot.item
+            ignoreUnknownSignals: true
+
+            function onFinish() {
+                splashFade.start()
+            }
+        }
     }
 }

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
+#include <QQmlComponent>
 #include <QQuickItem>
 #include <QQuickStyle>
 #include <QQuickWindow>
@@ -26,6 +27,8 @@ struct Scene {
     std::function<void(WindowFixture&)> arrange;
     const char* clickedButton = nullptr; // by object name, pressed once the window shows
     std::function<void(QQuickWindow&)> shown = nullptr;
+    bool splash = false; // the window opens behind the animated logo
+    int settleMs = 400;  // fades, menus and meters settle
 };
 
 // Three zones as a user would have them: one with a hot key, one playing, and one whose devices
@@ -105,6 +108,8 @@ int main(int argc, char** argv) {
              threeZones(f);
          }},
         {"hotkey-sheet", 4, threeZones, nullptr, sheetRecording},
+        // Caught with the waves spreading, about two thirds into its 1.6 s.
+        {"splash", 4, [](WindowFixture&) {}, nullptr, nullptr, true, 1050},
     };
 
     WindowFixture fixture;
@@ -117,11 +122,15 @@ int main(int argc, char** argv) {
 
             QQmlApplicationEngine engine;
             engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
-            engine.setInitialProperties(
-                {{QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
-                 {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
-                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())},
-                 {QStringLiteral("zones"), QVariant::fromValue(fixture.zones())}});
+            QQmlComponent splash(&engine, QUrl(QStringLiteral("qrc:/Brivello/SplashScreen.qml")));
+            QVariantMap properties{
+                {QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
+                {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
+                {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())},
+                {QStringLiteral("zones"), QVariant::fromValue(fixture.zones())}};
+            if (scene.splash)
+                properties.insert(QStringLiteral("splash"), QVariant::fromValue(&splash));
+            engine.setInitialProperties(properties);
             engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
             auto* window = engine.rootObjects().isEmpty()
                                ? nullptr
@@ -136,7 +145,7 @@ int main(int argc, char** argv) {
             if (scene.clickedButton)
                 if (auto* button = window->findChild<QObject*>(scene.clickedButton))
                     QMetaObject::invokeMethod(button, "clicked");
-            QTest::qWait(400); // fades, menus and meters settle
+            QTest::qWait(scene.settleMs);
             const QString file =
                 folder.filePath(QStringLiteral("%1-%2.png").arg(scene.name, scheme));
             if (!window->grabWindow().save(file))
