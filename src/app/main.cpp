@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QSettings>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
@@ -44,7 +45,9 @@ int main(int argc, char** argv) {
 
 #ifdef __APPLE__
     CoreAudioApiMac coreAudio;
-    CoreAudioSystem audio(coreAudio);
+    // Keeps the default output Brivello replaced, for the next start after a crash.
+    QSettings settings;
+    CoreAudioSystem audio(coreAudio, &settings);
     HotKeyCenter::shared().setBackend(std::make_unique<CarbonHotKeyBackend>());
 #else
     PulseAudioSystem audio;

@@ -7,13 +7,46 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
 constexpr float kInaudibleBelow = 0.05f;
 constexpr float kAudibleLevel = 0.7f;
 
+// How well a device's clock serves as the master: lower is better. Built-in, USB, PCI and
+// Thunderbolt devices keep their own steady clock; AirPlay and virtual devices follow a network
+// or a program; Bluetooth clocks are the least steady of all.
+int masterRank(AudioOutputDevice::Transport transport) {
+    using T = AudioOutputDevice::Transport;
+    switch (transport) {
+    case T::builtIn:
+    case T::usb:
+    case T::pci:
+    case T::thunderbolt:
+        return 0;
+    case T::airPlay:
+    case T::virtual_:
+        return 2;
+    case T::bluetooth:
+        return 3;
+    default:
+        return 1;
+    }
+}
+
 } // namespace
+
+MultiOutputController::Operation::Operation(MultiOutputController& controller)
+    : m_controller(controller) {
+    m_controller.m_inOperation = true;
+}
+
+MultiOutputController::Operation::~Operation() {
+    m_controller.m_inOperation = false;
+    if (std::exchange(m_controller.m_refreshDeferred, false))
+        m_controller.refresh();
+}
 
 MultiOutputController::MultiOutputController(AudioSystem& audio, QObject* parent)
     : QObject(parent), m_audio(audio) {
@@ -70,6 +103,10 @@ bool MultiOutputController::canActivate() const {
 }
 
 void MultiOutputController::refresh() {
+    if (m_inOperation) {
+        m_refreshDeferred = true;
+        return;
+    }
     const bool couldActivate = canActivate();
     m_devices = m_audio.outputDevices();
 
@@ -107,13 +144,22 @@ void MultiOutputController::refresh() {
         emit delaysMsChanged();
 
     // A returning device the live multi-output device no longer holds (it was rebuilt while the
-    // device was away) is put back in.
+    // device was away) is put back in; one it still holds gets a delay changed meanwhile.
     if (m_isActive && !rejoined.empty()) {
+        Operation operation(*this);
         const auto members = m_audio.multiOutputMembers();
         const bool missing = std::any_of(rejoined.begin(), rejoined.end(), [&](AudioDeviceID id) {
             return std::find(members.begin(), members.end(), listed(id)->uid) == members.end();
         });
-        if (missing)
+        bool current = !missing;
+        for (AudioDeviceID id : rejoined) {
+            const auto& uid = listed(id)->uid;
+            auto applied = m_appliedDelaysMs.find(uid);
+            const double playing = applied == m_appliedDelaysMs.end() ? 0.0 : applied->second;
+            if (current && delaysMs().at(id) != playing)
+                current = applyDelaysLive(uid);
+        }
+        if (!current)
             rebuildAggregate();
     }
 }
@@ -137,11 +183,11 @@ std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
     const auto devices = selectedDevices();
     if (devices.empty())
         return std::nullopt;
-    // Bluetooth clocks are the least steady; any wired device makes a better master.
-    auto it = std::find_if(devices.begin(), devices.end(), [](const AudioOutputDevice& d) {
-        return d.transport != AudioOutputDevice::Transport::bluetooth;
-    });
-    return it != devices.end() ? *it : devices.front();
+    // The steadiest clock leads; among equals, the first in the list.
+    return *std::min_element(devices.begin(), devices.end(),
+                             [](const AudioOutputDevice& a, const AudioOutputDevice& b) {
+                                 return masterRank(a.transport) < masterRank(b.transport);
+                             });
 }
 
 std::map<std::string, double> MultiOutputController::latencyMs() const {
@@ -155,6 +201,13 @@ std::map<std::string, double> MultiOutputController::latencyMs() const {
 }
 
 void MultiOutputController::activate() {
+    if (m_inOperation)
+        return;
+    Operation operation(*this);
+    activateNow();
+}
+
+void MultiOutputController::activateNow() {
     const auto devices = selectedDevices();
     const auto master = masterDevice();
     if (!master)
@@ -200,6 +253,13 @@ bool MultiOutputController::defaultLeftToBrivello() {
 }
 
 void MultiOutputController::deactivate() {
+    if (m_inOperation)
+        return;
+    Operation operation(*this);
+    deactivateNow();
+}
+
+void MultiOutputController::deactivateNow() {
     // A default the user picked meanwhile is theirs; only Brivello's own is handed back.
     switchOff(defaultLeftToBrivello());
 }
@@ -229,8 +289,27 @@ bool MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) 
 }
 
 void MultiOutputController::commitDelays() {
-    if (m_isActive)
+    if (!m_isActive || m_inOperation)
+        return;
+    Operation operation(*this);
+    // The live device takes new delays in place; building it anew would interrupt the sound.
+    if (!applyDelaysLive())
         rebuildAggregate();
+}
+
+bool MultiOutputController::applyDelaysLive(const std::optional<std::string>& only) {
+    std::map<std::string, double> delays;
+    for (const auto& device : selectedDevices())
+        if (!only || device.uid == *only)
+            delays[device.uid] = std::max(0.0, delaysMs().at(device.id));
+    if (delays.empty() || !m_audio.setMultiOutputLatencies(delays))
+        return false;
+    for (const auto& [uid, delay] : delays)
+        if (delay > 0)
+            m_appliedDelaysMs[uid] = delay;
+        else
+            m_appliedDelaysMs.erase(uid);
+    return true;
 }
 
 bool MultiOutputController::createAggregate(const std::map<std::string, double>& delays,
@@ -238,8 +317,13 @@ bool MultiOutputController::createAggregate(const std::map<std::string, double>&
     const auto master = masterDevice();
     if (!master)
         return false;
-    if (m_aggregateID)
+    if (m_aggregateID) {
+        // The sound leaves the device before it goes, so the system never picks an output of
+        // its own meanwhile.
+        if (makeDefault && m_previousDefaultOutput && *m_previousDefaultOutput != 0)
+            m_audio.setDefaultOutputDevice(*m_previousDefaultOutput);
         m_audio.removeDevice(*m_aggregateID);
+    }
     m_aggregateID.reset();
     const auto devices = selectedDevices();
     const auto created = m_audio.createMultiOutput(devices, master->uid, delays);
@@ -313,9 +397,12 @@ void MultiOutputController::setVolume(float volume, const AudioOutputDevice& dev
 }
 
 void MultiOutputController::activateZone(const Zone& zone) {
+    if (m_inOperation)
+        return;
+    Operation operation(*this);
     if (m_isActive) {
         const bool sameZone = m_activeZoneID && *m_activeZoneID == zone.id;
-        deactivate();
+        deactivateNow();
         if (sameZone)
             return; // the zone's second press switches it off
     }
@@ -332,7 +419,7 @@ void MultiOutputController::activateZone(const Zone& zone) {
         return;
     }
     setSelected(std::move(ids));
-    activate();
+    activateNow();
     if (m_isActive)
         setActiveZoneID(zone.id);
 }
@@ -345,8 +432,10 @@ bool MultiOutputController::zoneIsAvailable(const Zone& zone) const {
 }
 
 void MultiOutputController::teardown() {
+    // Also in the middle of an operation: the application is ending.
+    Operation operation(*this);
     if (m_isActive)
-        deactivate();
+        deactivateNow();
     m_audio.destroyExistingMultiOutput();
 }
 
