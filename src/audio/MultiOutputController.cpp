@@ -317,13 +317,8 @@ bool MultiOutputController::createAggregate(const std::map<std::string, double>&
     const auto master = masterDevice();
     if (!master)
         return false;
-    if (m_aggregateID) {
-        // The sound leaves the device before it goes, so the system never picks an output of
-        // its own meanwhile.
-        if (makeDefault && m_previousDefaultOutput && *m_previousDefaultOutput != 0)
-            m_audio.setDefaultOutputDevice(*m_previousDefaultOutput);
+    if (m_aggregateID)
         m_audio.removeDevice(*m_aggregateID);
-    }
     m_aggregateID.reset();
     const auto devices = selectedDevices();
     const auto created = m_audio.createMultiOutput(devices, master->uid, delays);

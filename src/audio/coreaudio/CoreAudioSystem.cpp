@@ -101,9 +101,17 @@ void CoreAudioSystem::destroyExistingMultiOutput() {
     }
     CoreAudioHAL::destroyExistingMultiOutput(m_api);
     multiOutputGoing();
+    // Gone before anyone lists the devices again, and before the process ends.
+    if (leftover)
+        CoreAudioHAL::waitUntilMultiOutputGone(m_api);
 }
 
 void CoreAudioSystem::removeDevice(AudioDeviceID device) {
+    // Still the default output (a rebuild): the sound goes back to the output it replaced before
+    // the device goes, so the system never picks one of its own meanwhile.
+    if (device == m_multiOutput && m_replacedDefaultUID && defaultOutputDevice() == device)
+        if (auto previous = CoreAudioHAL::deviceWithUID(m_api, *m_replacedDefaultUID))
+            setDefaultOutputDevice(*previous);
     m_api.destroyAggregateDevice(device);
     if (device == m_multiOutput)
         multiOutputGoing();
@@ -111,6 +119,7 @@ void CoreAudioSystem::removeDevice(AudioDeviceID device) {
 
 void CoreAudioSystem::multiOutputGoing() {
     m_multiOutput.reset();
+    m_replacedDefaultUID.reset();
     // A subdevice that went away meanwhile refuses the write; it keeps its own rate anyway.
     CoreAudioHAL::setNominalRates(m_api, m_replacedRates);
     m_replacedRates.clear();
@@ -129,14 +138,18 @@ AudioDeviceID CoreAudioSystem::defaultOutputDevice() {
 
 std::int32_t CoreAudioSystem::setDefaultOutputDevice(AudioDeviceID device) {
     const AudioDeviceID current = defaultOutputDevice();
-    if (m_settings && m_multiOutput && device == *m_multiOutput && current != kAudioObjectUnknown &&
+    if (m_multiOutput && device == *m_multiOutput && current != kAudioObjectUnknown &&
         current != device) {
         // Written before the switch: a crash right after it still finds what to give back.
         std::optional<std::string> uid;
         if (m_api.getStringProperty(current, kUIDAddress, uid) == kAudioHardwareNoError && uid &&
             *uid != CoreAudioHAL::kMultiOutputUID) {
-            m_settings->setValue(QLatin1String(kPreviousDefaultKey), QString::fromStdString(*uid));
-            m_settings->sync();
+            m_replacedDefaultUID = uid;
+            if (m_settings) {
+                m_settings->setValue(QLatin1String(kPreviousDefaultKey),
+                                     QString::fromStdString(*uid));
+                m_settings->sync();
+            }
         }
     }
     if (current == device)

@@ -51,6 +51,8 @@ private:
     CoreAudioApi& m_api;
     QSettings* m_settings;
     std::optional<AudioDeviceID> m_multiOutput;
+    // The UID of the default output the multi-output device replaced.
+    std::optional<std::string> m_replacedDefaultUID;
     // The rate each subdevice ran at before Brivello's device first changed it.
     std::map<AudioDeviceID, double> m_replacedRates;
     // Core Audio keeps the registered block for the life of the process; the block reaches the
