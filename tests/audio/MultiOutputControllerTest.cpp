@@ -353,6 +353,15 @@ TEST_F(Controller, AFailedActivationLeavesNothingActiveAndNoDeviceBehind) {
     EXPECT_EQ(audio.creations().size(), 2u);
     EXPECT_TRUE(multiOutputs().empty());
     EXPECT_EQ(audio.defaultOutput(), speakers);
+
+    // Taken as a request but never carried out: just as refused.
+    audio.clearFailures();
+    audio.ignoreWrites(kAudioObjectSystemObject,
+                       CoreAudioStandIn::global(kAudioHardwarePropertyDefaultOutputDevice));
+    controller->activate();
+    EXPECT_FALSE(controller->isActive());
+    EXPECT_TRUE(multiOutputs().empty());
+    EXPECT_EQ(audio.defaultOutput(), speakers);
 }
 
 TEST_F(Controller, ZonesSwitchOnSwitchOverAndOffAndQuittingLeavesNothingBehind) {
