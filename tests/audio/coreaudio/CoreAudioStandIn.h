@@ -39,7 +39,8 @@ public:
         bool settable = true;
     };
     // A device as it is plugged in. An absent uid or name reads as a null string reference; an
-    // absent transport, volume element, mute or rate list is a property the device lacks.
+    // absent transport, volume element, virtual main volume, mute or rate list is a property the
+    // device lacks.
     struct Device {
         std::optional<std::string> uid{};
         std::optional<std::string> name{};
