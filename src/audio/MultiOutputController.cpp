@@ -1,6 +1,6 @@
 #include "MultiOutputController.h"
 
-#include "Zone.h"
+#include "MasterChoice.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -13,27 +13,6 @@ namespace {
 
 constexpr float kInaudibleBelow = 0.05f;
 constexpr float kAudibleLevel = 0.7f;
-
-// How well a device's clock serves as the master: lower is better. Built-in, USB, PCI and
-// Thunderbolt devices keep their own steady clock; AirPlay and virtual devices follow a network
-// or a program; Bluetooth clocks are the least steady of all.
-int masterRank(AudioOutputDevice::Transport transport) {
-    using T = AudioOutputDevice::Transport;
-    switch (transport) {
-    case T::builtIn:
-    case T::usb:
-    case T::pci:
-    case T::thunderbolt:
-        return 0;
-    case T::airPlay:
-    case T::virtual_:
-        return 2;
-    case T::bluetooth:
-        return 3;
-    default:
-        return 1;
-    }
-}
 
 } // namespace
 
@@ -183,11 +162,7 @@ std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
     const auto devices = selectedDevices();
     if (devices.empty())
         return std::nullopt;
-    // The steadiest clock leads; among equals, the first in the list.
-    return *std::min_element(devices.begin(), devices.end(),
-                             [](const AudioOutputDevice& a, const AudioOutputDevice& b) {
-                                 return masterRank(a.transport) < masterRank(b.transport);
-                             });
+    return chooseMaster(devices);
 }
 
 std::map<std::string, double> MultiOutputController::latencyMs() const {
@@ -389,41 +364,6 @@ void MultiOutputController::setVolume(float volume, const AudioOutputDevice& dev
     if (volume > 0)
         m_audio.unmute(device.id);
     m_audio.setVolume(volume, device.id);
-}
-
-void MultiOutputController::activateZone(const Zone& zone) {
-    if (m_inOperation)
-        return;
-    Operation operation(*this);
-    if (m_isActive) {
-        const bool sameZone = m_activeZoneID && *m_activeZoneID == zone.id;
-        deactivateNow();
-        if (sameZone)
-            return; // the zone's second press switches it off
-    }
-    std::set<AudioDeviceID> ids;
-    for (const auto& uid : zone.deviceUIDs) {
-        auto it = std::find_if(m_devices.begin(), m_devices.end(),
-                               [&uid](const AudioOutputDevice& d) { return d.uid == uid; });
-        if (it != m_devices.end())
-            ids.insert(it->id);
-    }
-    if (ids.empty()) {
-        setStatusMessage(QString::fromUtf8("Zone „%1“: keine Geräte verfügbar.")
-                             .arg(QString::fromStdString(zone.name)));
-        return;
-    }
-    setSelected(std::move(ids));
-    activateNow();
-    if (m_isActive)
-        setActiveZoneID(zone.id);
-}
-
-bool MultiOutputController::zoneIsAvailable(const Zone& zone) const {
-    return std::any_of(zone.deviceUIDs.begin(), zone.deviceUIDs.end(), [this](const auto& uid) {
-        return std::any_of(m_devices.begin(), m_devices.end(),
-                           [&uid](const AudioOutputDevice& d) { return d.uid == uid; });
-    });
 }
 
 void MultiOutputController::teardown() {
