@@ -103,10 +103,13 @@ std::optional<float> volume(CoreAudioApi& api, AudioDeviceID device) {
 bool setVolume(CoreAudioApi& api, float volume, AudioDeviceID device) {
     const float clamped = std::max(std::min(volume, 1.0f), 0.0f);
     // AudioHardwareService.h: the virtual main volume "maintains the relative balance between all
-    // the channels it affects", where one value written to each channel would lose it. The
-    // AudioHardwareService* functions are all "no longer supported" (deprecated since 10.11) while
-    // the selector is not; the HAL's own AudioObjectSetPropertyData, which takes the same object
-    // and address, serves it since then.
+    // the channels it affects", where one value written to each channel would lose it. Every
+    // AudioHardwareService* function that reads or writes it is marked "no longer supported"
+    // (deprecated since 10.11) while the selector itself is not, so the property is reached the
+    // only way the 14.2 SDK leaves undeprecated: AudioObjectSetPropertyData, whose arguments are
+    // those of AudioHardwareServiceSetPropertyData (object, address, size, data). The header's
+    // older note that AHS object ids "cannot be used with the HAL" is the first thing to check on
+    // a Mac (README).
     for (const auto& address : {output(kAudioDevicePropertyVolumeScalar),
                                 output(kAudioHardwareServiceDeviceProperty_VirtualMainVolume)}) {
         bool settable = false;
