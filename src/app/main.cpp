@@ -15,6 +15,7 @@
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickStyle>
+#include <QSettings>
 #include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -50,7 +51,9 @@ int main(int argc, char** argv) {
 
 #ifdef __APPLE__
     CoreAudioApiMac coreAudio;
-    CoreAudioSystem audio(coreAudio);
+    // Keeps the default output Brivello replaced, for the next start after a crash.
+    QSettings settings;
+    CoreAudioSystem audio(coreAudio, &settings);
     HotKeyCenter::shared().setBackend(std::make_unique<CarbonHotKeyBackend>());
 #else
     PulseAudioSystem audio;

@@ -26,6 +26,7 @@ const char* label(AudioOutputDevice::Transport transport) {
         return "Aggregat";
     case T::virtual_:
         return "Virtuell";
+    case T::pci:
     case T::other:
         return "Kabel/Sonstige";
     }

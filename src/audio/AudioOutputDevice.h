@@ -20,6 +20,7 @@ struct AudioOutputDevice {
         thunderbolt,
         aggregate,
         virtual_, // trailing underscore: "virtual" is a C++ keyword
+        pci,      // an internal card: labelled like any other wired device
         other,
     };
 

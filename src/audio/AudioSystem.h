@@ -35,6 +35,13 @@ public:
     createMultiOutput(const std::vector<AudioOutputDevice>& devices, const std::string& masterUID,
                       const std::map<std::string, double>& extraLatencyMs) = 0;
 
+    // Changes the delays of the live multi-output device in place, `extraLatencyMs` as for
+    // createMultiOutput. False when the platform cannot: the device is then built anew. A device
+    // that takes its delays only when it is built keeps this default.
+    virtual bool setMultiOutputLatencies(const std::map<std::string, double>& /*extraLatencyMs*/) {
+        return false;
+    }
+
     // The uids of the devices the live multi-output device really plays on right now; empty
     // when there is none.
     virtual std::vector<std::string> multiOutputMembers() = 0;

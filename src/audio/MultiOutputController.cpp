@@ -1,12 +1,13 @@
 #include "MultiOutputController.h"
 
-#include "Zone.h"
+#include "MasterChoice.h"
 
 #include <QCoreApplication>
 #include <QPointer>
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -14,6 +15,17 @@ constexpr float kInaudibleBelow = 0.05f;
 constexpr float kAudibleLevel = 0.7f;
 
 } // namespace
+
+MultiOutputController::Operation::Operation(MultiOutputController& controller)
+    : m_controller(controller) {
+    m_controller.m_inOperation = true;
+}
+
+MultiOutputController::Operation::~Operation() {
+    m_controller.m_inOperation = false;
+    if (std::exchange(m_controller.m_refreshDeferred, false))
+        m_controller.refresh();
+}
 
 MultiOutputController::MultiOutputController(AudioSystem& audio, QObject* parent)
     : QObject(parent), m_audio(audio) {
@@ -70,6 +82,10 @@ bool MultiOutputController::canActivate() const {
 }
 
 void MultiOutputController::refresh() {
+    if (m_inOperation) {
+        m_refreshDeferred = true;
+        return;
+    }
     const bool couldActivate = canActivate();
     m_devices = m_audio.outputDevices();
 
@@ -107,13 +123,22 @@ void MultiOutputController::refresh() {
         emit delaysMsChanged();
 
     // A returning device the live multi-output device no longer holds (it was rebuilt while the
-    // device was away) is put back in.
+    // device was away) is put back in; one it still holds gets a delay changed meanwhile.
     if (m_isActive && !rejoined.empty()) {
+        Operation operation(*this);
         const auto members = m_audio.multiOutputMembers();
         const bool missing = std::any_of(rejoined.begin(), rejoined.end(), [&](AudioDeviceID id) {
             return std::find(members.begin(), members.end(), listed(id)->uid) == members.end();
         });
-        if (missing)
+        bool current = !missing;
+        for (AudioDeviceID id : rejoined) {
+            const auto& uid = listed(id)->uid;
+            auto applied = m_appliedDelaysMs.find(uid);
+            const double playing = applied == m_appliedDelaysMs.end() ? 0.0 : applied->second;
+            if (current && delaysMs().at(id) != playing)
+                current = applyDelaysLive(uid);
+        }
+        if (!current)
             rebuildAggregate();
     }
 }
@@ -137,11 +162,7 @@ std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
     const auto devices = selectedDevices();
     if (devices.empty())
         return std::nullopt;
-    // Bluetooth clocks are the least steady; any wired device makes a better master.
-    auto it = std::find_if(devices.begin(), devices.end(), [](const AudioOutputDevice& d) {
-        return d.transport != AudioOutputDevice::Transport::bluetooth;
-    });
-    return it != devices.end() ? *it : devices.front();
+    return chooseMaster(devices);
 }
 
 std::map<std::string, double> MultiOutputController::latencyMs() const {
@@ -155,6 +176,13 @@ std::map<std::string, double> MultiOutputController::latencyMs() const {
 }
 
 void MultiOutputController::activate() {
+    if (m_inOperation)
+        return;
+    Operation operation(*this);
+    activateNow();
+}
+
+void MultiOutputController::activateNow() {
     const auto devices = selectedDevices();
     const auto master = masterDevice();
     if (!master)
@@ -200,6 +228,13 @@ bool MultiOutputController::defaultLeftToBrivello() {
 }
 
 void MultiOutputController::deactivate() {
+    if (m_inOperation)
+        return;
+    Operation operation(*this);
+    deactivateNow();
+}
+
+void MultiOutputController::deactivateNow() {
     // A default the user picked meanwhile is theirs; only Brivello's own is handed back.
     switchOff(defaultLeftToBrivello());
 }
@@ -229,8 +264,27 @@ bool MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) 
 }
 
 void MultiOutputController::commitDelays() {
-    if (m_isActive)
+    if (!m_isActive || m_inOperation)
+        return;
+    Operation operation(*this);
+    // The live device takes new delays in place; building it anew would interrupt the sound.
+    if (!applyDelaysLive())
         rebuildAggregate();
+}
+
+bool MultiOutputController::applyDelaysLive(const std::optional<std::string>& only) {
+    std::map<std::string, double> delays;
+    for (const auto& device : selectedDevices())
+        if (!only || device.uid == *only)
+            delays[device.uid] = std::max(0.0, delaysMs().at(device.id));
+    if (delays.empty() || !m_audio.setMultiOutputLatencies(delays))
+        return false;
+    for (const auto& [uid, delay] : delays)
+        if (delay > 0)
+            m_appliedDelaysMs[uid] = delay;
+        else
+            m_appliedDelaysMs.erase(uid);
+    return true;
 }
 
 bool MultiOutputController::createAggregate(const std::map<std::string, double>& delays,
@@ -312,41 +366,11 @@ void MultiOutputController::setVolume(float volume, const AudioOutputDevice& dev
     m_audio.setVolume(volume, device.id);
 }
 
-void MultiOutputController::activateZone(const Zone& zone) {
-    if (m_isActive) {
-        const bool sameZone = m_activeZoneID && *m_activeZoneID == zone.id;
-        deactivate();
-        if (sameZone)
-            return; // the zone's second press switches it off
-    }
-    std::set<AudioDeviceID> ids;
-    for (const auto& uid : zone.deviceUIDs) {
-        auto it = std::find_if(m_devices.begin(), m_devices.end(),
-                               [&uid](const AudioOutputDevice& d) { return d.uid == uid; });
-        if (it != m_devices.end())
-            ids.insert(it->id);
-    }
-    if (ids.empty()) {
-        setStatusMessage(QString::fromUtf8("Zone „%1“: keine Geräte verfügbar.")
-                             .arg(QString::fromStdString(zone.name)));
-        return;
-    }
-    setSelected(std::move(ids));
-    activate();
-    if (m_isActive)
-        setActiveZoneID(zone.id);
-}
-
-bool MultiOutputController::zoneIsAvailable(const Zone& zone) const {
-    return std::any_of(zone.deviceUIDs.begin(), zone.deviceUIDs.end(), [this](const auto& uid) {
-        return std::any_of(m_devices.begin(), m_devices.end(),
-                           [&uid](const AudioOutputDevice& d) { return d.uid == uid; });
-    });
-}
-
 void MultiOutputController::teardown() {
+    // Also in the middle of an operation: the application is ending.
+    Operation operation(*this);
     if (m_isActive)
-        deactivate();
+        deactivateNow();
     m_audio.destroyExistingMultiOutput();
 }
 

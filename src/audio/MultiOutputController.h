@@ -76,6 +76,25 @@ signals:
     void canActivateChanged();
 
 private:
+    // Marks an operation on the multi-output device. Platform calls may wait for the platform's
+    // confirmation while the event loop runs: a refresh announced meanwhile waits for the end of
+    // the operation, and another operation asked for meanwhile (a hot key) is not started.
+    class Operation {
+    public:
+        explicit Operation(MultiOutputController& controller);
+        ~Operation();
+        Operation(const Operation&) = delete;
+        Operation& operator=(const Operation&) = delete;
+
+    private:
+        MultiOutputController& m_controller;
+    };
+
+    void activateNow();
+    void deactivateNow();
+    // Changes the live device's delays in place to the selected devices' own (`only`: of that
+    // uid alone); true when the platform did.
+    bool applyDelaysLive(const std::optional<std::string>& only = std::nullopt);
     const AudioOutputDevice* listed(AudioDeviceID device) const;
     std::optional<AudioOutputDevice> masterDevice() const;
     // Replaces any multi-output device with one of the selected devices at these delays and makes
@@ -107,4 +126,6 @@ private:
     // While active: the uids switched on together, and the delays the live device plays with.
     std::set<std::string> m_activeUIDs;
     std::map<std::string, double> m_appliedDelaysMs;
+    bool m_inOperation = false;
+    bool m_refreshDeferred = false;
 };

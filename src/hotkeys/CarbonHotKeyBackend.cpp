@@ -4,14 +4,20 @@
 
 namespace {
 
+static_assert(HotKeyBackend::kNotHandled == eventNotHandledErr);
+
+// CarbonEventsCore.h: "Any return value other than eventNotHandledErr will cause event handling to
+// stop; the event will not be sent to any other event handler". A hot key that is not Brivello's,
+// or whose id cannot be read, is passed on.
 OSStatus hotKeyPressed(EventHandlerCallRef, EventRef event, void* userData) {
     if (!event)
-        return noErr;
+        return eventNotHandledErr;
     EventHotKeyID pressed{0, 0};
-    GetEventParameter(event, kEventParamDirectObject, typeEventHotKeyID, nullptr, sizeof(pressed),
-                      nullptr, &pressed);
+    if (GetEventParameter(event, kEventParamDirectObject, typeEventHotKeyID, nullptr,
+                          sizeof(pressed), nullptr, &pressed) != noErr)
+        return eventNotHandledErr;
     const auto& handler = *static_cast<HotKeyBackend::Handler*>(userData);
-    return handler ? handler({pressed.signature, pressed.id}) : noErr;
+    return handler ? handler({pressed.signature, pressed.id}) : eventNotHandledErr;
 }
 
 } // namespace

@@ -15,9 +15,10 @@ class HotKeyBackend {
 public:
     using Status = std::int32_t; // 0 (noErr) on success
     using Ref = std::uintptr_t;  // EventHotKeyRef; 0 is no reference
-    // Receives the pressed hot key's id (zeroed when it could not be read) and returns the
-    // status the platform's event handler reports.
+    // Receives the pressed hot key's id and returns the status the platform's event handler
+    // reports: 0 when it was Brivello's, kNotHandled to pass it on.
     using Handler = std::function<Status(HotKeyID)>;
+    static constexpr Status kNotHandled = -9874; // eventNotHandledErr
 
     // Carbon's answers, which every backend gives so the bookkeeping reads the same everywhere.
     // "Exists": the system or another application already holds the combination.

@@ -38,12 +38,13 @@ void HotKeyCenter::installHandler() {
 }
 
 HotKeyBackend::Status HotKeyCenter::handle(HotKeyID id) {
-    // The signature is not compared: ids alone are unique in this process.
-    if (auto it = m_actions.find(id.id); it != m_actions.end()) {
-        auto action = it->second; // the action may re-sync the registrations
-        action();
-    }
-    return 0; // consumed, known or not
+    // Another handler's hot key, or one of ours unregistered a moment ago: not ours to consume.
+    auto it = m_actions.find(id.id);
+    if (id.signature != fourCharCode("BRVL") || it == m_actions.end())
+        return HotKeyBackend::kNotHandled;
+    auto action = it->second; // the action may re-sync the registrations
+    action();
+    return 0;
 }
 
 HotKeyBackend::Status HotKeyCenter::registerHotKey(const HotKeyCombo& combo,

@@ -35,6 +35,7 @@ QString DeviceListModel::transportSymbol(AudioOutputDevice::Transport transport)
         return QStringLiteral("rectangle.3.group");
     case T::virtual_:
         return QStringLiteral("waveform");
+    case T::pci:
     case T::other:
         break;
     }

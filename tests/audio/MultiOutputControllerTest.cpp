@@ -21,6 +21,7 @@ namespace {
 
 const PropertyAddress kVolume = CoreAudioStandIn::output(kAudioDevicePropertyVolumeScalar);
 const PropertyAddress kMute = CoreAudioStandIn::output(kAudioDevicePropertyMute);
+const PropertyAddress kExtraLatency = CoreAudioStandIn::global(kAudioSubDevicePropertyExtraLatency);
 
 CoreAudioStandIn::Device device(const char* uid, const char* name, std::uint32_t transport) {
     return {.uid = uid, .name = name, .transport = transport, .volumes = {{0, {0.5f}}}};
@@ -53,8 +54,9 @@ protected:
         deliverNotifications(); // the plugs above were announced too
         audio.clearRecords();
     }
-    // Brivello's devices as the platform lists them.
+    // Brivello's devices as the platform lists them once it has done what it was asked.
     std::vector<ObjectID> multiOutputs() {
+        deliverNotifications();
         std::vector<ObjectID> result;
         for (ObjectID id : audio.deviceList()) {
             std::optional<std::string> uid;
@@ -144,8 +146,8 @@ TEST_F(Controller, VolumesFollowWhateverChangesThemAndAreAnnouncedOnlyWhenTheyMo
 
     // The controller's own write comes back through the listener and is not news.
     controller->setVolume(0.6f, controller->devices()[1]); // by name: Headset, Speakers, USB DAC
-    EXPECT_EQ(audio.value<float>(speakers, kVolume), 0.6f);
     deliverNotifications();
+    EXPECT_EQ(audio.value<float>(speakers, kVolume), 0.6f);
     EXPECT_EQ(announced, 2);
     const std::uint32_t muted = 1;
     audio.setValue(speakers, kMute, std::uint32_t{0}, true);
@@ -185,9 +187,9 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUse
     EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 3 Geräten."));
     ASSERT_EQ(audio.creations().size(), 1u);
     EXPECT_EQ(entry(audio.creations()[0], "master"), R"("speakers")")
-        << "the first selected device that is not Bluetooth";
+        << "a built-in clock before a Bluetooth one, and first among the subdevices";
     EXPECT_EQ(entry(audio.creations()[0], "subdevices"),
-              R"([{uid: "headset", drift: 1, latency-out: 7938}, {uid: "speakers", drift: 0}, )"
+              R"([{uid: "speakers", drift: 0}, {uid: "headset", drift: 1, latency-out: 7938}, )"
               R"({uid: "usb", drift: 1, latency-out: 551}])");
     const auto first = multiOutputs();
     ASSERT_EQ(first.size(), 1u);
@@ -198,18 +200,29 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUse
     EXPECT_EQ(controller->volumes().at(speakers), 0.7f);
     EXPECT_EQ(audio.value<float>(usb, kVolume), 0.05f);
 
+    // A delay committed while on changes the live device: the sound plays on.
     controller->setDelay(usb, 20);
-    audio.setDefaultOutput(speakers); // as if the platform had not yet applied Brivello's
     controller->commitDelays();
+    EXPECT_EQ(audio.creations().size(), 1u);
+    EXPECT_EQ(audio.value<double>(audio.subdeviceObjects(first[0])[2], kExtraLatency), 882);
+
+    // Where the device does not take it in place, it is built anew: the sound goes back to the
+    // speakers before the old device goes, and the new one is made once the old one is gone.
+    audio.ignoreWrites(kAudioObjectUnknown, kExtraLatency);
+    controller->setDelay(usb, 25);
+    std::optional<ObjectID> defaultAtRemoval;
+    audio.beforeNextCall(Call::destroy, [&] { defaultAtRemoval = audio.defaultOutput(); });
+    controller->commitDelays();
+    EXPECT_EQ(defaultAtRemoval, speakers);
     ASSERT_EQ(audio.creations().size(), 2u);
     EXPECT_EQ(entry(audio.creations()[1], "subdevices"),
-              R"([{uid: "headset", drift: 1, latency-out: 7938}, {uid: "speakers", drift: 0}, )"
-              R"({uid: "usb", drift: 1, latency-out: 882}])");
+              R"([{uid: "speakers", drift: 0}, {uid: "headset", drift: 1, latency-out: 7938}, )"
+              R"({uid: "usb", drift: 1, latency-out: 1103}])");
     const auto second = multiOutputs();
     ASSERT_EQ(second.size(), 1u);
     EXPECT_EQ(audio.defaultOutput(), second[0]);
 
-    std::optional<ObjectID> defaultAtRemoval;
+    defaultAtRemoval.reset();
     audio.beforeNextCall(Call::destroy, [&] { defaultAtRemoval = audio.defaultOutput(); });
     controller->deactivate();
     EXPECT_EQ(defaultAtRemoval, speakers) << "the previous default comes back first";
@@ -242,23 +255,32 @@ TEST_F(Controller, AMemberThatReconnectsWhileActiveRejoinsWithItsDelayAndKeepsPl
     EXPECT_EQ(controller->delaysMs().at(back), 250);
     EXPECT_EQ(audio.creations().size(), 1u);
 
-    // A delay commit keeps it in the sound.
-    controller->commitDelays();
-    ASSERT_EQ(audio.creations().size(), 2u);
-    EXPECT_EQ(entry(audio.creations()[1], "subdevices"),
-              R"([{uid: "headset", drift: 1, latency-out: 11025}, {uid: "speakers", drift: 0}])");
-
-    // Rebuilt while it was away, the device no longer holds it: it is built in again.
+    // A delay edited just before it left reaches it when it returns, in place.
+    controller->setDelay(back, 300);
     audio.unplug(back);
     deliverNotifications();
+    controller->commitDelays();
+    const auto again = audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(audio.creations().size(), 1u);
+    const auto live = multiOutputs();
+    ASSERT_EQ(live.size(), 1u);
+    EXPECT_EQ(audio.value<double>(audio.subdeviceObjects(live[0])[1], kExtraLatency), 13230);
+
+    // Rebuilt while it was away (the device took no delay in place), it is built in again.
+    audio.ignoreWrites(kAudioObjectUnknown, kExtraLatency);
+    audio.unplug(again);
+    deliverNotifications();
+    controller->setDelay(speakers, 5);
     controller->commitDelays();
     EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 1 Geräten."));
     const auto third = audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
     deliverNotifications();
     EXPECT_EQ(controller->selected(), (std::set<AudioDeviceID>{speakers, third}));
-    ASSERT_EQ(audio.creations().size(), 4u);
-    EXPECT_EQ(entry(audio.creations()[3], "subdevices"),
-              R"([{uid: "headset", drift: 1, latency-out: 11025}, {uid: "speakers", drift: 0}])");
+    ASSERT_EQ(audio.creations().size(), 3u);
+    EXPECT_EQ(entry(audio.creations()[2], "subdevices"),
+              R"([{uid: "speakers", drift: 0, latency-out: 221}, )"
+              R"({uid: "headset", drift: 1, latency-out: 13230}])");
     EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 2 Geräten."));
 
     // Switched off, nothing of it is remembered.
@@ -282,7 +304,9 @@ TEST_F(Controller, ARefusedDelayLeavesTheSoundAsItWasOrSwitchesOffCleanly) {
     EXPECT_EQ(controller->delaysMs().at(usb), 0);
     EXPECT_EQ(audio.creations().size(), 1u);
 
-    // The platform refuses the new delays: the device comes back as it was.
+    // The device takes no delay in place and the platform refuses it in a new one: the device
+    // comes back as it was.
+    audio.ignoreWrites(kAudioObjectUnknown, kExtraLatency);
     controller->setDelay(usb, 20);
     audio.failNext(Call::create, kAudio_ParamError);
     controller->commitDelays();
@@ -325,6 +349,15 @@ TEST_F(Controller, AFailedActivationLeavesNothingActiveAndNoDeviceBehind) {
     EXPECT_EQ(audio.creations().size(), 2u);
     EXPECT_TRUE(multiOutputs().empty());
     EXPECT_EQ(audio.defaultOutput(), speakers);
+
+    // Taken as a request but never carried out: just as refused.
+    audio.clearFailures();
+    audio.ignoreWrites(kAudioObjectSystemObject,
+                       CoreAudioStandIn::global(kAudioHardwarePropertyDefaultOutputDevice));
+    controller->activate();
+    EXPECT_FALSE(controller->isActive());
+    EXPECT_TRUE(multiOutputs().empty());
+    EXPECT_EQ(audio.defaultOutput(), speakers);
 }
 
 TEST_F(Controller, ZonesSwitchOnSwitchOverAndOffAndQuittingLeavesNothingBehind) {
@@ -345,7 +378,13 @@ TEST_F(Controller, ZonesSwitchOnSwitchOverAndOffAndQuittingLeavesNothingBehind) 
     EXPECT_EQ(multiOutputs().size(), 1u);
     EXPECT_EQ(entry(audio.creations().back(), "master"), R"("headset")")
         << "with only Bluetooth devices, the first in the list";
+    const auto appleTV = audio.plug(device("tv", "Apple TV", kAudioDeviceTransportTypeAirPlay));
+    deliverNotifications();
+    controller->activateZone(Zone{QUuid::createUuid(), "Wohnzimmer", {"tv", "usb"}, {}});
+    EXPECT_EQ(controller->selected(), (std::set<AudioDeviceID>{appleTV, usb}));
+    EXPECT_EQ(entry(audio.creations().back(), "master"), R"("usb")") << "a wired clock leads";
 
+    controller->activateZone(bedroom);
     controller->activateZone(bedroom);
     EXPECT_FALSE(controller->isActive());
     EXPECT_TRUE(multiOutputs().empty());

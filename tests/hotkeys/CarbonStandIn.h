@@ -9,7 +9,8 @@
 
 // The Carbon event manager's hot-key calls in memory: a combination held by the system, another
 // application or an earlier registration is refused with eventHotKeyExistsErr, and a key press
-// reaches the one installed handler with the registration's id.
+// reaches the one installed handler with the registration's id; the handler says whether it took
+// the event.
 class CarbonStandIn : public HotKeyBackend {
 public:
     using Combination = std::pair<std::uint32_t, std::uint32_t>;
@@ -42,11 +43,9 @@ public:
             if (registration.first == Combination{keyCode, modifiers})
                 send(registration.second);
     }
-    // An event carrying any id, for example one that was refused.
-    void send(HotKeyID id) {
-        if (m_handler)
-            m_handler(id);
-    }
+    // An event carrying any id, for example one that was refused or another application's; the
+    // handler's status.
+    Status send(HotKeyID id) { return m_handler ? m_handler(id) : kNotHandled; }
     std::size_t registrationCount() const { return m_registrations.size(); }
 
     std::set<Combination> takenElsewhere;

@@ -32,10 +32,13 @@ TEST(HotKeyCenter, ResyncsKeepOneHandlerIdsOnlyGrowAndARefusalLeavesNothing) {
     carbon.takenElsewhere.insert({49, kCmdShift});
     EXPECT_EQ(registerKey(49), HotKeyBackend::eventHotKeyExistsErr);
     EXPECT_EQ(center.registeredIDs(), std::vector<std::uint32_t>{4});
-    carbon.send({fourCharCode("BRVL"), 5});
+    // Only Brivello's live hot keys are consumed; the others pass on to the next handler.
+    EXPECT_EQ(carbon.send({fourCharCode("BRVL"), 5}), HotKeyBackend::kNotHandled);
+    EXPECT_EQ(carbon.send({fourCharCode("XMPL"), 4}), HotKeyBackend::kNotHandled);
     carbon.press(1, kCmdShift);
     carbon.press(5, kCmdShift);
     EXPECT_EQ(pressed, std::vector<std::uint32_t>{5});
+    EXPECT_EQ(carbon.send({fourCharCode("BRVL"), 4}), 0);
     EXPECT_EQ(carbon.registrationCount(), 1u);
     EXPECT_EQ(carbon.installations, 1);
 }

@@ -88,6 +88,14 @@ int WindowFixture::multiOutputCreations() const {
     return static_cast<int>(m_audio->creations().size());
 }
 
+int WindowFixture::delayChanges() const {
+    const auto& writes = m_audio->writes();
+    return multiOutputCreations() +
+           static_cast<int>(std::count_if(writes.begin(), writes.end(), [](const auto& write) {
+               return write.address.selector == coreaudio::kAudioSubDevicePropertyExtraLatency;
+           }));
+}
+
 QString WindowFixture::defaultOutputName() const {
     const auto id = m_audio->defaultOutput();
     for (const auto& device : m_controller->devices())

@@ -44,6 +44,9 @@ public:
     // The UID of a device by its position in the window's list; "" past the end.
     Q_INVOKABLE QString uidAt(int row) const;
     Q_INVOKABLE int multiOutputCreations() const;
+    // The times the platform was asked for new delays: a device built, or a subdevice's latency
+    // set on the live one.
+    Q_INVOKABLE int delayChanges() const;
     Q_INVOKABLE QString defaultOutputName() const;
     Q_INVOKABLE double storedDelay(int row) const;
     Q_INVOKABLE double storedVolume(int row) const;

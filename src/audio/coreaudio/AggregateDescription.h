@@ -7,6 +7,18 @@
 
 namespace coreaudio {
 
+// The keys of an aggregate device's description (AudioHardware.h's kAudioAggregateDevice…Key and
+// kAudioSubDevice…Key); the macOS build checks them against Apple's.
+constexpr const char* kAggregateNameKey = "name";
+constexpr const char* kAggregateUIDKey = "uid";
+constexpr const char* kAggregateSubDeviceListKey = "subdevices";
+constexpr const char* kAggregateMainSubDeviceKey = "master";
+constexpr const char* kAggregateIsStackedKey = "stacked";
+constexpr const char* kAggregateIsPrivateKey = "private";
+constexpr const char* kSubDeviceUIDKey = "uid";
+constexpr const char* kSubDeviceDriftCompensationKey = "drift";
+constexpr const char* kSubDeviceExtraOutputLatencyKey = "latency-out";
+
 struct DescriptionValue;
 struct DescriptionEntry;
 

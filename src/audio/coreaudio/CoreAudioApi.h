@@ -9,7 +9,8 @@
 #include <string>
 
 // The Core Audio calls Brivello makes, one virtual per C function and in its shape, so that
-// everything deciding something can run against a stand-in. No call passes a qualifier.
+// everything deciding something can run against a stand-in. Only translateUIDToDevice passes a
+// qualifier.
 class CoreAudioApi {
 public:
     using ObjectID = coreaudio::ObjectID;
@@ -18,6 +19,8 @@ public:
     // The arguments of an AudioObjectPropertyListenerBlock.
     using PropertyListener =
         std::function<void(std::uint32_t addressCount, const PropertyAddress* addresses)>;
+    // Names one added listener, for removing just that one.
+    using ListenerID = std::uint64_t;
 
     virtual ~CoreAudioApi() = default;
 
@@ -35,6 +38,9 @@ public:
     // AudioObjectSetPropertyData.
     virtual Status setPropertyData(ObjectID object, const PropertyAddress& address,
                                    std::uint32_t dataSize, const void* data) = 0;
+    // AudioObjectGetPropertyData of kAudioHardwarePropertyTranslateUIDToDevice on the system
+    // object, the UID passed as a CFString qualifier: kAudioObjectUnknown when no device has it.
+    virtual Status translateUIDToDevice(const std::string& uid, ObjectID& outDevice) = 0;
     // AudioObjectHasProperty.
     virtual bool hasProperty(ObjectID object, const PropertyAddress& address) = 0;
     // AudioObjectIsPropertySettable.
@@ -48,7 +54,10 @@ public:
     // AudioObjectAddPropertyListenerBlock with the main dispatch queue: `listener` runs on the
     // main thread, some time after the change.
     virtual Status addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
-                                            PropertyListener listener) = 0;
+                                            PropertyListener listener, ListenerID& outListener) = 0;
+    // AudioObjectRemovePropertyListenerBlock for the one listener added under `listener`.
+    virtual Status removePropertyListenerBlock(ObjectID object, const PropertyAddress& address,
+                                               ListenerID listener) = 0;
     // AudioObjectRemovePropertyListenerBlock for every listener added to this object's property.
     virtual Status removePropertyListenerBlocks(ObjectID object,
                                                 const PropertyAddress& address) = 0;

@@ -1,11 +1,13 @@
 #include "CoreAudioApiMac.h"
 
+#include <AudioToolbox/AudioHardwareService.h> // only for its selector's value
 #include <Block.h>
 #include <CoreAudio/CoreAudio.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <dispatch/dispatch.h>
 
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -29,6 +31,15 @@ static_assert(coreaudio::kAudioDevicePropertyNominalSampleRate ==
               ::kAudioDevicePropertyNominalSampleRate);
 static_assert(coreaudio::kAudioAggregateDevicePropertyActiveSubDeviceList ==
               ::kAudioAggregateDevicePropertyActiveSubDeviceList);
+static_assert(coreaudio::kAudioHardwarePropertyTranslateUIDToDevice ==
+              ::kAudioHardwarePropertyTranslateUIDToDevice);
+static_assert(coreaudio::kAudioObjectPropertyClass == ::kAudioObjectPropertyClass);
+static_assert(coreaudio::kAudioObjectPropertyOwnedObjects == ::kAudioObjectPropertyOwnedObjects);
+static_assert(coreaudio::kAudioSubDeviceClassID == ::kAudioSubDeviceClassID);
+static_assert(coreaudio::kAudioSubDevicePropertyExtraLatency ==
+              ::kAudioSubDevicePropertyExtraLatency);
+static_assert(coreaudio::kAudioHardwareServiceDeviceProperty_VirtualMainVolume ==
+              ::kAudioHardwareServiceDeviceProperty_VirtualMainVolume);
 static_assert(coreaudio::kAudioDeviceTransportTypeBuiltIn == ::kAudioDeviceTransportTypeBuiltIn);
 static_assert(coreaudio::kAudioDeviceTransportTypeAggregate ==
               ::kAudioDeviceTransportTypeAggregate);
@@ -58,6 +69,22 @@ static_assert(coreaudio::kAudioHardwareBadDeviceError == ::kAudioHardwareBadDevi
 static_assert(coreaudio::kAudioHardwareUnsupportedOperationError ==
               ::kAudioHardwareUnsupportedOperationError);
 static_assert(sizeof(coreaudio::ValueRange) == sizeof(AudioValueRange));
+// The description's keys, as the dictionary of AudioHardwareCreateAggregateDevice spells them.
+static_assert(std::string_view(coreaudio::kAggregateNameKey) == kAudioAggregateDeviceNameKey);
+static_assert(std::string_view(coreaudio::kAggregateUIDKey) == kAudioAggregateDeviceUIDKey);
+static_assert(std::string_view(coreaudio::kAggregateSubDeviceListKey) ==
+              kAudioAggregateDeviceSubDeviceListKey);
+static_assert(std::string_view(coreaudio::kAggregateMainSubDeviceKey) ==
+              kAudioAggregateDeviceMainSubDeviceKey);
+static_assert(std::string_view(coreaudio::kAggregateIsStackedKey) ==
+              kAudioAggregateDeviceIsStackedKey);
+static_assert(std::string_view(coreaudio::kAggregateIsPrivateKey) ==
+              kAudioAggregateDeviceIsPrivateKey);
+static_assert(std::string_view(coreaudio::kSubDeviceUIDKey) == kAudioSubDeviceUIDKey);
+static_assert(std::string_view(coreaudio::kSubDeviceDriftCompensationKey) ==
+              kAudioSubDeviceDriftCompensationKey);
+static_assert(std::string_view(coreaudio::kSubDeviceExtraOutputLatencyKey) ==
+              kAudioSubDeviceExtraOutputLatencyKey);
 static_assert(std::is_same_v<CoreAudioApi::ObjectID, AudioObjectID>);
 
 namespace {
@@ -67,15 +94,19 @@ AudioObjectPropertyAddress apple(const coreaudio::PropertyAddress& address) {
 }
 
 std::optional<std::string> utf8(CFStringRef text) {
-    const CFIndex capacity =
-        CFStringGetMaximumSizeForEncoding(CFStringGetLength(text), kCFStringEncodingUTF8) + 1;
+    const CFIndex most =
+        CFStringGetMaximumSizeForEncoding(CFStringGetLength(text), kCFStringEncodingUTF8);
+    if (most == kCFNotFound)
+        return std::nullopt; // too long to convert
+    const CFIndex capacity = most + 1;
     std::vector<char> buffer(static_cast<std::size_t>(capacity), '\0');
     if (!CFStringGetCString(text, buffer.data(), capacity, kCFStringEncodingUTF8))
         return std::nullopt;
     return std::string(buffer.data());
 }
 
-// A new CF object (owned by the caller) for the value and everything below it.
+// A new CF object (owned by the caller) for the value and everything below it; null when any part
+// of it could not be made (a string that is not UTF-8, memory).
 CFTypeRef makeCF(const coreaudio::DescriptionValue& value);
 
 CFTypeRef makeCF(const std::string& text) {
@@ -90,8 +121,14 @@ CFTypeRef makeCF(std::int64_t number) {
 CFTypeRef makeCF(const coreaudio::DescriptionArray& array) {
     CFMutableArrayRef result = CFArrayCreateMutable(
         kCFAllocatorDefault, static_cast<CFIndex>(array.size()), &kCFTypeArrayCallBacks);
+    if (!result)
+        return nullptr;
     for (const auto& element : array) {
         CFTypeRef item = makeCF(element);
+        if (!item) {
+            CFRelease(result);
+            return nullptr;
+        }
         CFArrayAppendValue(result, item);
         CFRelease(item);
     }
@@ -102,12 +139,21 @@ CFTypeRef makeCF(const coreaudio::DescriptionDictionary& dictionary) {
     CFMutableDictionaryRef result =
         CFDictionaryCreateMutable(kCFAllocatorDefault, static_cast<CFIndex>(dictionary.size()),
                                   &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    if (!result)
+        return nullptr;
     for (const auto& entry : dictionary) {
         CFTypeRef key = makeCF(entry.key);
         CFTypeRef item = makeCF(entry.value);
-        CFDictionarySetValue(result, key, item);
-        CFRelease(key);
-        CFRelease(item);
+        if (key && item)
+            CFDictionarySetValue(result, key, item);
+        if (key)
+            CFRelease(key);
+        if (item)
+            CFRelease(item);
+        if (!key || !item) {
+            CFRelease(result);
+            return nullptr;
+        }
     }
     return result;
 }
@@ -160,6 +206,27 @@ CoreAudioApi::Status CoreAudioApiMac::setPropertyData(ObjectID object,
     return AudioObjectSetPropertyData(object, &where, 0, nullptr, dataSize, data);
 }
 
+CoreAudioApi::Status CoreAudioApiMac::translateUIDToDevice(const std::string& uid,
+                                                           ObjectID& outDevice) {
+    outDevice = kAudioObjectUnknown;
+    CFStringRef text = static_cast<CFStringRef>(makeCF(uid));
+    if (!text)
+        return kAudio_ParamError; // not UTF-8: no device can carry it
+    // AudioHardware.h: "The UID is passed in via the qualifier as a CFString while the
+    // AudioObjectID for the AudioDevice is returned to the caller as the property's data."
+    const AudioObjectPropertyAddress where{kAudioHardwarePropertyTranslateUIDToDevice,
+                                           kAudioObjectPropertyScopeGlobal,
+                                           kAudioObjectPropertyElementMain};
+    AudioObjectID device = kAudioObjectUnknown;
+    UInt32 size = sizeof(device);
+    const OSStatus status = AudioObjectGetPropertyData(kAudioObjectSystemObject, &where,
+                                                       sizeof(text), &text, &size, &device);
+    CFRelease(text);
+    if (status == kAudioHardwareNoError)
+        outDevice = device;
+    return status;
+}
+
 bool CoreAudioApiMac::hasProperty(ObjectID object, const PropertyAddress& address) {
     const auto where = apple(address);
     return AudioObjectHasProperty(object, &where);
@@ -179,6 +246,8 @@ CoreAudioApi::Status
 CoreAudioApiMac::createAggregateDevice(const coreaudio::DescriptionDictionary& description,
                                        ObjectID& outDeviceID) {
     auto dictionary = static_cast<CFDictionaryRef>(makeCF(description));
+    if (!dictionary)
+        return kAudio_ParamError;
     AudioObjectID created = outDeviceID;
     const OSStatus status = AudioHardwareCreateAggregateDevice(dictionary, &created);
     outDeviceID = created;
@@ -192,7 +261,8 @@ CoreAudioApi::Status CoreAudioApiMac::destroyAggregateDevice(ObjectID device) {
 
 CoreAudioApi::Status CoreAudioApiMac::addPropertyListenerBlock(ObjectID object,
                                                                const PropertyAddress& address,
-                                                               PropertyListener listener) {
+                                                               PropertyListener listener,
+                                                               ListenerID& outListener) {
     const auto where = apple(address);
     AudioObjectPropertyListenerBlock block = Block_copy(^(
         UInt32 count, const AudioObjectPropertyAddress* addresses) {
@@ -207,26 +277,43 @@ CoreAudioApi::Status CoreAudioApiMac::addPropertyListenerBlock(ObjectID object,
         Block_release(block);
         return status;
     }
-    m_blocks[{object, address}].push_back(reinterpret_cast<void*>(block));
+    outListener = m_nextListener++;
+    m_blocks[{object, address}].emplace_back(outListener, reinterpret_cast<void*>(block));
     return status;
+}
+
+CoreAudioApi::Status CoreAudioApiMac::removePropertyListenerBlock(ObjectID object,
+                                                                  const PropertyAddress& address,
+                                                                  ListenerID listener) {
+    return removeBlocks(object, address, [listener](ListenerID id) { return id == listener; });
 }
 
 CoreAudioApi::Status CoreAudioApiMac::removePropertyListenerBlocks(ObjectID object,
                                                                    const PropertyAddress& address) {
-    auto added = m_blocks.extract({object, address});
-    if (!added)
+    return removeBlocks(object, address, [](ListenerID) { return true; });
+}
+
+CoreAudioApi::Status CoreAudioApiMac::removeBlocks(ObjectID object, const PropertyAddress& address,
+                                                   const std::function<bool(ListenerID)>& which) {
+    auto added = m_blocks.find({object, address});
+    if (added == m_blocks.end())
         return kAudioHardwareNoError;
     const auto where = apple(address);
     OSStatus result = kAudioHardwareNoError;
-    for (void* stored : added.mapped()) {
-        auto block = reinterpret_cast<AudioObjectPropertyListenerBlock>(stored);
+    std::erase_if(added->second, [&](const std::pair<ListenerID, void*>& entry) {
+        if (!which(entry.first))
+            return false;
+        auto block = reinterpret_cast<AudioObjectPropertyListenerBlock>(entry.second);
         // A device that went away took its listeners with it; the status says so, nothing leaks.
         const OSStatus status = AudioObjectRemovePropertyListenerBlock(
             object, &where, dispatch_get_main_queue(), block);
         if (status != kAudioHardwareNoError)
             result = status;
         Block_release(block);
-    }
+        return true;
+    });
+    if (added->second.empty())
+        m_blocks.erase(added);
     return result;
 }
 

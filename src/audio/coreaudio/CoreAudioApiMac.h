@@ -17,6 +17,7 @@ public:
                              std::optional<std::string>& outValue) override;
     Status setPropertyData(ObjectID object, const PropertyAddress& address, std::uint32_t dataSize,
                            const void* data) override;
+    Status translateUIDToDevice(const std::string& uid, ObjectID& outDevice) override;
     bool hasProperty(ObjectID object, const PropertyAddress& address) override;
     Status isPropertySettable(ObjectID object, const PropertyAddress& address,
                               bool& outIsSettable) override;
@@ -24,11 +25,19 @@ public:
                                  ObjectID& outDeviceID) override;
     Status destroyAggregateDevice(ObjectID device) override;
     Status addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
-                                    PropertyListener listener) override;
+                                    PropertyListener listener, ListenerID& outListener) override;
+    Status removePropertyListenerBlock(ObjectID object, const PropertyAddress& address,
+                                       ListenerID listener) override;
     Status removePropertyListenerBlocks(ObjectID object, const PropertyAddress& address) override;
     ~CoreAudioApiMac() override;
 
 private:
+    // Removes and releases the blocks of this property that `which` picks.
+    Status removeBlocks(ObjectID object, const PropertyAddress& address,
+                        const std::function<bool(ListenerID)>& which);
+
     // The blocks handed to Core Audio, on the heap: removing one takes the very block added.
-    std::map<std::pair<ObjectID, PropertyAddress>, std::vector<void*>> m_blocks;
+    std::map<std::pair<ObjectID, PropertyAddress>, std::vector<std::pair<ListenerID, void*>>>
+        m_blocks;
+    ListenerID m_nextListener = 1;
 };

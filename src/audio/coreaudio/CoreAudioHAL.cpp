@@ -1,8 +1,10 @@
 #include "CoreAudioHAL.h"
 
+#include "PropertyAccess.h"
+#include "PropertyWait.h"
+
 #include <algorithm>
-#include <cmath>
-#include <iostream>
+#include <chrono>
 #include <iterator>
 #include <set>
 
@@ -12,69 +14,8 @@ namespace {
 
 constexpr double kFallbackRate = 44100;
 constexpr double kStandardRates[] = {32000, 44100, 48000, 88200, 96000, 176400, 192000};
-
-PropertyAddress global(std::uint32_t selector) {
-    return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
-PropertyAddress output(std::uint32_t selector,
-                       std::uint32_t element = kAudioObjectPropertyElementMain) {
-    return {selector, kAudioObjectPropertyScopeOutput, element};
-}
-
-template <typename T>
-Status read(CoreAudioApi& api, AudioDeviceID device, const PropertyAddress& address, T& value) {
-    std::uint32_t size = sizeof(T);
-    return api.getPropertyData(device, address, size, &value);
-}
-
-template <typename T>
-Status write(CoreAudioApi& api, AudioDeviceID device, const PropertyAddress& address,
-             const T& value) {
-    return api.setPropertyData(device, address, sizeof(T), &value);
-}
-
-std::optional<std::string> readString(CoreAudioApi& api, AudioDeviceID device,
-                                      std::uint32_t selector) {
-    std::optional<std::string> value;
-    if (api.getStringProperty(device, global(selector), value) != kAudioHardwareNoError)
-        return std::nullopt;
-    return value;
-}
-
-void setNominalRate(CoreAudioApi& api, AudioDeviceID device, double rate) {
-    write(api, device, global(kAudioDevicePropertyNominalSampleRate), rate);
-}
-
-// The latency as the whole frame count Core Audio expects; absent below one frame and for counts
-// no 64-bit integer holds.
-std::optional<std::int64_t> latencyFrames(double frames) {
-    if (!(frames >= 1))
-        return std::nullopt;
-    const double rounded = std::round(frames); // halves away from zero
-    if (rounded >= 9223372036854775808.0)      // 2^63
-        return std::nullopt;
-    return static_cast<std::int64_t>(rounded);
-}
-
-DescriptionDictionary subdeviceDescription(const AudioOutputDevice& device,
-                                           const std::string& masterUID,
-                                           const std::map<std::string, double>& extraLatencyMs,
-                                           double rate) {
-    DescriptionDictionary description{{"uid", device.uid},
-                                      {"drift", device.uid == masterUID ? 0 : 1}};
-    if (auto entry = extraLatencyMs.find(device.uid); entry != extraLatencyMs.end())
-        if (auto frames = latencyFrames(rate * entry->second / 1000.0))
-            description.push_back({"latency-out", *frames});
-    return description;
-}
-
-std::optional<AudioDeviceID> findMultiOutput(CoreAudioApi& api) {
-    for (AudioDeviceID id : CoreAudioHAL::allDeviceIDs(api))
-        if (readString(api, id, kAudioDevicePropertyDeviceUID) == CoreAudioHAL::kMultiOutputUID)
-            return id;
-    return std::nullopt;
-}
+// A device reconfigures its clock for a new rate; well above what that takes.
+constexpr std::chrono::milliseconds kRateLimit{1500};
 
 } // namespace
 
@@ -105,8 +46,11 @@ std::vector<AudioOutputDevice> outputDevices(CoreAudioApi& api) {
         auto uid = readString(api, id, kAudioDevicePropertyDeviceUID);
         if (!uid || *uid == kMultiOutputUID)
             continue;
+        const auto transport = transportType(api, id);
+        if (transport == AudioOutputDevice::Transport::aggregate)
+            continue; // nesting aggregates is not supported
         auto name = readString(api, id, kAudioObjectPropertyName);
-        devices.push_back({id, *uid, name.value_or("Unbekannt"), transportType(api, id)});
+        devices.push_back({id, *uid, name.value_or("Unbekannt"), transport});
     }
     sortByName(devices);
     return devices;
@@ -133,6 +77,8 @@ AudioOutputDevice::Transport transportType(CoreAudioApi& api, AudioDeviceID devi
         return T::airPlay;
     case kAudioDeviceTransportTypeThunderbolt:
         return T::thunderbolt;
+    case kAudioDeviceTransportTypePCI:
+        return T::pci;
     case kAudioDeviceTransportTypeAggregate:
         return T::aggregate;
     case kAudioDeviceTransportTypeVirtual:
@@ -143,38 +89,42 @@ AudioOutputDevice::Transport transportType(CoreAudioApi& api, AudioDeviceID devi
 }
 
 std::optional<float> volume(CoreAudioApi& api, AudioDeviceID device) {
-    float value = 0;
-    const auto main = output(kAudioDevicePropertyVolumeScalar);
-    if (api.hasProperty(device, main) && read(api, device, main, value) == kAudioHardwareNoError)
-        return value;
-    // Many devices have no master volume, only per-channel ones; the first channel speaks for all.
-    const auto channel1 = output(kAudioDevicePropertyVolumeScalar, 1);
-    if (!api.hasProperty(device, channel1) ||
-        read(api, device, channel1, value) != kAudioHardwareNoError)
-        return std::nullopt;
-    return value;
+    // Many devices have no main volume, only per-channel ones: the virtual main volume stands for
+    // them all, and where even that is missing the first channel does.
+    for (const auto& address : {output(kAudioDevicePropertyVolumeScalar),
+                                output(kAudioHardwareServiceDeviceProperty_VirtualMainVolume),
+                                output(kAudioDevicePropertyVolumeScalar, 1)})
+        if (api.hasProperty(device, address))
+            if (auto value = read<float>(api, device, address))
+                return value;
+    return std::nullopt;
 }
 
 bool setVolume(CoreAudioApi& api, float volume, AudioDeviceID device) {
     const float clamped = std::max(std::min(volume, 1.0f), 0.0f);
-    const auto main = output(kAudioDevicePropertyVolumeScalar);
-    bool settable = false;
-    if (api.hasProperty(device, main) &&
-        api.isPropertySettable(device, main, settable) == kAudioHardwareNoError && settable &&
-        write(api, device, main, clamped) == kAudioHardwareNoError)
-        return true;
-    bool written = false;
-    for (std::uint32_t channel : {1u, 2u}) {
-        const auto address = output(kAudioDevicePropertyVolumeScalar, channel);
+    // AudioHardwareService.h: the virtual main volume "maintains the relative balance between all
+    // the channels it affects", where one value written to each channel would lose it. Every
+    // AudioHardwareService* function that reads or writes it is marked "no longer supported"
+    // (deprecated since 10.11) while the selector itself is not, so the property is reached the
+    // only way the 14.2 SDK leaves undeprecated: AudioObjectSetPropertyData, whose arguments are
+    // those of AudioHardwareServiceSetPropertyData (object, address, size, data). The header's
+    // older note that AHS object ids "cannot be used with the HAL" is the first thing to check on
+    // a Mac (README).
+    for (const auto& address : {output(kAudioDevicePropertyVolumeScalar),
+                                output(kAudioHardwareServiceDeviceProperty_VirtualMainVolume)}) {
+        bool settable = false;
         if (api.hasProperty(device, address) &&
-            write(api, device, address, clamped) == kAudioHardwareNoError)
-            written = true;
+            api.isPropertySettable(device, address, settable) == kAudioHardwareNoError && settable)
+            return write(api, device, address, clamped) == kAudioHardwareNoError;
     }
-    return written;
+    return false;
 }
 
 std::vector<double> availableSampleRates(CoreAudioApi& api, AudioDeviceID device) {
-    const auto address = output(kAudioDevicePropertyAvailableNominalSampleRates);
+    // AudioHardwareBase.h lists kAudioDevicePropertyAvailableNominalSampleRates among the
+    // properties of "the AudioDevice as a whole": it is read, like the nominal rate written, at
+    // global scope.
+    const auto address = global(kAudioDevicePropertyAvailableNominalSampleRates);
     std::uint32_t size = 0;
     if (api.getPropertyDataSize(device, address, size) != kAudioHardwareNoError ||
         size < sizeof(ValueRange))
@@ -220,71 +170,43 @@ double commonSampleRate(CoreAudioApi& api, const std::vector<AudioDeviceID>& dev
     return *common->rbegin();
 }
 
-std::optional<AudioDeviceID>
-createMultiOutput(CoreAudioApi& api, const std::vector<AudioOutputDevice>& devices,
-                  const std::string& masterUID,
-                  const std::map<std::string, double>& extraLatencyMs) {
-    if (devices.empty())
+std::optional<double> nominalSampleRate(CoreAudioApi& api, AudioDeviceID device) {
+    return read<double>(api, device, global(kAudioDevicePropertyNominalSampleRate));
+}
+
+std::map<AudioDeviceID, double> setNominalRates(CoreAudioApi& api,
+                                                const std::map<AudioDeviceID, double>& rates) {
+    std::map<AudioDeviceID, double> replaced;
+    std::vector<WatchedProperty> watched;
+    for (const auto& [device, rate] : rates) {
+        const auto address = global(kAudioDevicePropertyNominalSampleRate);
+        const auto current = nominalSampleRate(api, device);
+        if (current == rate)
+            continue; // an unchanged value is never announced
+        if (write(api, device, address, rate) != kAudioHardwareNoError)
+            continue;
+        if (current)
+            replaced[device] = *current;
+        watched.emplace_back(device, address);
+    }
+    // A write is a request: the rate holds once the device says so.
+    waitUntil(
+        api, watched,
+        [&] {
+            return std::all_of(watched.begin(), watched.end(), [&](const auto& entry) {
+                return nominalSampleRate(api, entry.first) == rates.at(entry.first);
+            });
+        },
+        kRateLimit);
+    return replaced;
+}
+
+std::optional<AudioDeviceID> deviceWithUID(CoreAudioApi& api, const std::string& uid) {
+    ObjectID device = kAudioObjectUnknown;
+    if (api.translateUIDToDevice(uid, device) != kAudioHardwareNoError ||
+        device == kAudioObjectUnknown)
         return std::nullopt;
-    destroyExistingMultiOutput(api);
-
-    std::vector<AudioDeviceID> ids;
-    for (const auto& device : devices)
-        ids.push_back(device.id);
-    const double rate = commonSampleRate(api, ids);
-    for (AudioDeviceID id : ids)
-        setNominalRate(api, id, rate);
-
-    DescriptionArray subdevices;
-    for (const auto& device : devices)
-        subdevices.emplace_back(subdeviceDescription(device, masterUID, extraLatencyMs, rate));
-    const DescriptionDictionary description{
-        {"name", kMultiOutputName},
-        {"uid", kMultiOutputUID},
-        {"subdevices", std::move(subdevices)},
-        {"master", masterUID},
-        {"stacked", 1}, // every subdevice plays the same output
-        {"private", 0}, // visible to the whole system, so it can become the default output
-    };
-
-    ObjectID created = kAudioObjectUnknown;
-    const Status status = api.createAggregateDevice(description, created);
-    if (status == kAudioHardwareNoError && created != kAudioObjectUnknown) {
-        setNominalRate(api, created, rate);
-        return created;
-    }
-    std::cout << "Brivello: AudioHardwareCreateAggregateDevice failed (" << status << ")\n"
-              << std::flush;
-    return std::nullopt;
-}
-
-std::vector<std::string> multiOutputMembers(CoreAudioApi& api) {
-    const auto multiOutput = findMultiOutput(api);
-    if (!multiOutput)
-        return {};
-    const auto address = global(kAudioAggregateDevicePropertyActiveSubDeviceList);
-    std::uint32_t size = 0;
-    if (api.getPropertyDataSize(*multiOutput, address, size) != kAudioHardwareNoError ||
-        size < sizeof(AudioDeviceID))
-        return {};
-    std::vector<AudioDeviceID> ids(size / sizeof(AudioDeviceID), kAudioObjectUnknown);
-    std::uint32_t filled = std::uint32_t(ids.size() * sizeof(AudioDeviceID));
-    if (api.getPropertyData(*multiOutput, address, filled, ids.data()) != kAudioHardwareNoError)
-        return {};
-    ids.resize(filled / sizeof(AudioDeviceID));
-    std::vector<std::string> uids;
-    for (AudioDeviceID id : ids)
-        if (auto uid = readString(api, id, kAudioDevicePropertyDeviceUID))
-            uids.push_back(std::move(*uid));
-    return uids;
-}
-
-void destroyExistingMultiOutput(CoreAudioApi& api) {
-    for (AudioDeviceID id : allDeviceIDs(api)) {
-        auto uid = readString(api, id, kAudioDevicePropertyDeviceUID);
-        if (uid && *uid == kMultiOutputUID)
-            api.destroyAggregateDevice(id); // failures are left for the next run to clean up
-    }
+    return device;
 }
 
 } // namespace CoreAudioHAL

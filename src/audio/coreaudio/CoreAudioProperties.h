@@ -52,6 +52,13 @@ constexpr std::uint32_t kAudioDevicePropertyMute = fourCC("mute");
 constexpr std::uint32_t kAudioDevicePropertyAvailableNominalSampleRates = fourCC("nsr#");
 constexpr std::uint32_t kAudioDevicePropertyNominalSampleRate = fourCC("nsrt");
 constexpr std::uint32_t kAudioAggregateDevicePropertyActiveSubDeviceList = fourCC("agrp");
+constexpr std::uint32_t kAudioHardwarePropertyTranslateUIDToDevice = fourCC("uidd");
+constexpr std::uint32_t kAudioObjectPropertyClass = fourCC("clas");
+constexpr std::uint32_t kAudioObjectPropertyOwnedObjects = fourCC("ownd");
+constexpr std::uint32_t kAudioSubDeviceClassID = fourCC("asub");
+constexpr std::uint32_t kAudioSubDevicePropertyExtraLatency = fourCC("xltc");
+// AudioToolbox's AudioHardwareService.h, served by the HAL's own calls (see CoreAudioHAL::volume).
+constexpr std::uint32_t kAudioHardwareServiceDeviceProperty_VirtualMainVolume = fourCC("vmvc");
 
 constexpr std::uint32_t kAudioDeviceTransportTypeBuiltIn = fourCC("bltn");
 constexpr std::uint32_t kAudioDeviceTransportTypeAggregate = fourCC("grup");

@@ -1,10 +1,20 @@
 #include "CoreAudioSystem.h"
 
 #include "CoreAudioHAL.h"
+#include "PropertyWait.h"
+
+#include <QSettings>
+
+#include <chrono>
 
 using namespace coreaudio;
 
 namespace {
+
+using ListenerID = CoreAudioApi::ListenerID;
+
+// The system switches its output over in well under this.
+constexpr std::chrono::milliseconds kDefaultOutputLimit{1000};
 
 constexpr PropertyAddress kDefaultOutputAddress{kAudioHardwarePropertyDefaultOutputDevice,
                                                 kAudioObjectPropertyScopeGlobal,
@@ -12,20 +22,24 @@ constexpr PropertyAddress kDefaultOutputAddress{kAudioHardwarePropertyDefaultOut
 constexpr PropertyAddress kDeviceListAddress{kAudioHardwarePropertyDevices,
                                              kAudioObjectPropertyScopeGlobal,
                                              kAudioObjectPropertyElementMain};
+constexpr PropertyAddress kUIDAddress{kAudioDevicePropertyDeviceUID,
+                                      kAudioObjectPropertyScopeGlobal,
+                                      kAudioObjectPropertyElementMain};
 constexpr PropertyAddress kMuteAddress{kAudioDevicePropertyMute, kAudioObjectPropertyScopeOutput,
                                        kAudioObjectPropertyElementMain};
-// What volume() reads (the main element, else the first channel), the second channel that
-// setVolume() writes beside it, and the mute.
+// What volume() reads (the main element, else the virtual main volume, else the first channel)
+// and the mute.
 constexpr PropertyAddress kWatchedAddresses[] = {
     {kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput, 0},
+    {kAudioHardwareServiceDeviceProperty_VirtualMainVolume, kAudioObjectPropertyScopeOutput, 0},
     {kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput, 1},
-    {kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput, 2},
     kMuteAddress,
 };
 
 } // namespace
 
-CoreAudioSystem::CoreAudioSystem(CoreAudioApi& api) : m_api(api) {}
+CoreAudioSystem::CoreAudioSystem(CoreAudioApi& api, QSettings* settings)
+    : m_api(api), m_settings(settings) {}
 
 CoreAudioSystem::~CoreAudioSystem() {
     *m_listener = nullptr;
@@ -56,7 +70,16 @@ std::optional<AudioDeviceID>
 CoreAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& devices,
                                    const std::string& masterUID,
                                    const std::map<std::string, double>& extraLatencyMs) {
-    return CoreAudioHAL::createMultiOutput(m_api, devices, masterUID, extraLatencyMs);
+    const auto created = CoreAudioHAL::createMultiOutput(m_api, devices, masterUID, extraLatencyMs);
+    if (!created)
+        return std::nullopt;
+    m_multiOutput = created->id;
+    m_replacedRates.insert(created->replacedRates.begin(), created->replacedRates.end());
+    return created->id;
+}
+
+bool CoreAudioSystem::setMultiOutputLatencies(const std::map<std::string, double>& extraLatencyMs) {
+    return CoreAudioHAL::setExtraLatencies(m_api, extraLatencyMs);
 }
 
 std::vector<std::string> CoreAudioSystem::multiOutputMembers() {
@@ -64,11 +87,44 @@ std::vector<std::string> CoreAudioSystem::multiOutputMembers() {
 }
 
 void CoreAudioSystem::destroyExistingMultiOutput() {
+    const auto leftover = CoreAudioHAL::deviceWithUID(m_api, CoreAudioHAL::kMultiOutputUID);
+    const auto previousUID =
+        m_settings ? m_settings->value(QLatin1String(kPreviousDefaultKey)) : QVariant();
+    if (leftover && previousUID.isValid()) {
+        // Left by a run that ended without switching off: the user's default comes back, if that
+        // device is still there and no other has been chosen since.
+        const auto previous =
+            CoreAudioHAL::deviceWithUID(m_api, previousUID.toString().toStdString());
+        const AudioDeviceID current = defaultOutputDevice();
+        if (previous && (current == *leftover || current == kAudioObjectUnknown))
+            setDefaultOutputDevice(*previous);
+    }
     CoreAudioHAL::destroyExistingMultiOutput(m_api);
+    multiOutputGoing();
+    // Gone before anyone lists the devices again, and before the process ends.
+    if (leftover)
+        CoreAudioHAL::waitUntilMultiOutputGone(m_api);
 }
 
 void CoreAudioSystem::removeDevice(AudioDeviceID device) {
+    // Still the default output (a rebuild): the sound goes back to the output it replaced before
+    // the device goes, so the system never picks one of its own meanwhile.
+    if (device == m_multiOutput && m_replacedDefaultUID && defaultOutputDevice() == device)
+        if (auto previous = CoreAudioHAL::deviceWithUID(m_api, *m_replacedDefaultUID))
+            setDefaultOutputDevice(*previous);
     m_api.destroyAggregateDevice(device);
+    if (device == m_multiOutput)
+        multiOutputGoing();
+}
+
+void CoreAudioSystem::multiOutputGoing() {
+    m_multiOutput.reset();
+    m_replacedDefaultUID.reset();
+    // A subdevice that went away meanwhile refuses the write; it keeps its own rate anyway.
+    CoreAudioHAL::setNominalRates(m_api, m_replacedRates);
+    m_replacedRates.clear();
+    if (m_settings)
+        m_settings->remove(QLatin1String(kPreviousDefaultKey));
 }
 
 AudioDeviceID CoreAudioSystem::defaultOutputDevice() {
@@ -81,8 +137,33 @@ AudioDeviceID CoreAudioSystem::defaultOutputDevice() {
 }
 
 std::int32_t CoreAudioSystem::setDefaultOutputDevice(AudioDeviceID device) {
-    return m_api.setPropertyData(kAudioObjectSystemObject, kDefaultOutputAddress, sizeof(device),
-                                 &device);
+    const AudioDeviceID current = defaultOutputDevice();
+    if (m_multiOutput && device == *m_multiOutput && current != kAudioObjectUnknown &&
+        current != device) {
+        // Written before the switch: a crash right after it still finds what to give back.
+        std::optional<std::string> uid;
+        if (m_api.getStringProperty(current, kUIDAddress, uid) == kAudioHardwareNoError && uid &&
+            *uid != CoreAudioHAL::kMultiOutputUID) {
+            m_replacedDefaultUID = uid;
+            if (m_settings) {
+                m_settings->setValue(QLatin1String(kPreviousDefaultKey),
+                                     QString::fromStdString(*uid));
+                m_settings->sync();
+            }
+        }
+    }
+    if (current == device)
+        return kAudioHardwareNoError; // an unchanged value is never announced
+    const Status status = m_api.setPropertyData(kAudioObjectSystemObject, kDefaultOutputAddress,
+                                                sizeof(device), &device);
+    if (status != kAudioHardwareNoError)
+        return status;
+    // AudioHardware.h: "Changing the value of a property is always considered asynchronous." The
+    // switch holds once the system announces it.
+    const bool confirmed = waitUntil(
+        m_api, {{kAudioObjectSystemObject, kDefaultOutputAddress}},
+        [&] { return defaultOutputDevice() == device; }, kDefaultOutputLimit);
+    return confirmed ? kAudioHardwareNoError : kAudioHardwareUnspecifiedError;
 }
 
 void CoreAudioSystem::unmute(AudioDeviceID device) {
@@ -100,12 +181,15 @@ void CoreAudioSystem::setDeviceListListener(std::function<void()> listener) {
     if (m_listenerRegistered || !*m_listener)
         return;
     m_listenerRegistered = true;
-    m_api.addPropertyListenerBlock(kAudioObjectSystemObject, kDeviceListAddress,
-                                   [current = m_listener](std::uint32_t, const PropertyAddress*) {
-                                       // A copy: the listener may replace itself while it runs.
-                                       if (auto listener = *current)
-                                           listener();
-                                   });
+    ListenerID added = 0;
+    m_api.addPropertyListenerBlock(
+        kAudioObjectSystemObject, kDeviceListAddress,
+        [current = m_listener](std::uint32_t, const PropertyAddress*) {
+            // A copy: the listener may replace itself while it runs.
+            if (auto listener = *current)
+                listener();
+        },
+        added);
 }
 
 void CoreAudioSystem::setVolumeListener(std::function<void(AudioDeviceID)> listener) {
@@ -122,12 +206,16 @@ void CoreAudioSystem::watchVolumes(const std::vector<AudioOutputDevice>& devices
     for (const auto& device : devices) {
         m_watched.insert(device.id);
         for (const auto& address : kWatchedAddresses)
-            if (m_api.hasProperty(device.id, address))
-                m_api.addPropertyListenerBlock(device.id, address,
-                                               [current = m_volumeListener, id = device.id](
-                                                   std::uint32_t, const PropertyAddress*) {
-                                                   if (auto listener = *current)
-                                                       listener(id);
-                                               });
+            if (m_api.hasProperty(device.id, address)) {
+                ListenerID added = 0;
+                m_api.addPropertyListenerBlock(
+                    device.id, address,
+                    [current = m_volumeListener, id = device.id](std::uint32_t,
+                                                                 const PropertyAddress*) {
+                        if (auto listener = *current)
+                            listener(id);
+                    },
+                    added);
+            }
     }
 }

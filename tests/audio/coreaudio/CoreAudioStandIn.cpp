@@ -43,10 +43,14 @@ ObjectID CoreAudioStandIn::plug(const Device& device, ObjectID id) {
     for (const auto& [element, volume] : device.volumes)
         setValue(id, output(kAudioDevicePropertyVolumeScalar, element), volume.value,
                  volume.settable);
+    if (device.virtualMainVolume)
+        setValue(id, output(kAudioHardwareServiceDeviceProperty_VirtualMainVolume),
+                 device.virtualMainVolume->value, device.virtualMainVolume->settable);
     if (device.mute)
         setValue(id, output(kAudioDevicePropertyMute), *device.mute, true);
+    // AudioHardwareBase.h lists both rate properties among those of the device as a whole.
     if (!device.rateRanges.empty())
-        setArray(id, output(kAudioDevicePropertyAvailableNominalSampleRates), device.rateRanges);
+        setArray(id, global(kAudioDevicePropertyAvailableNominalSampleRates), device.rateRanges);
     setValue(id, global(kAudioDevicePropertyNominalSampleRate), 44100.0, true);
     m_devices.push_back(id);
     setArray(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices), m_devices);
@@ -56,6 +60,10 @@ ObjectID CoreAudioStandIn::plug(const Device& device, ObjectID id) {
 }
 
 void CoreAudioStandIn::unplug(ObjectID device) {
+    for (ObjectID owned : m_subdeviceObjects[device])
+        m_objects.erase(owned);
+    m_subdeviceObjects.erase(device);
+    m_goingAway.erase(device);
     m_objects.erase(device);
     std::erase_if(m_listeners,
                   [device](const auto& entry) { return std::get<0>(entry) == device; });
@@ -71,11 +79,24 @@ void CoreAudioStandIn::updateActiveSubdevices() {
         std::vector<ObjectID> active;
         for (const auto& uid : uids)
             for (ObjectID device : m_devices)
-                if (m_objects[device][global(kAudioDevicePropertyDeviceUID)].value ==
-                    Property{StringReference(uid)}.value)
+                if (hasUID(device, uid))
                     active.push_back(device);
         setArray(aggregate, global(kAudioAggregateDevicePropertyActiveSubDeviceList), active);
     }
+}
+
+bool CoreAudioStandIn::hasUID(ObjectID device, const std::string& uid) {
+    return m_objects[device][global(kAudioDevicePropertyDeviceUID)].value ==
+           Property{StringReference(uid)}.value;
+}
+
+std::vector<ObjectID> CoreAudioStandIn::subdeviceObjects(ObjectID aggregate) const {
+    auto it = m_subdeviceObjects.find(aggregate);
+    return it == m_subdeviceObjects.end() ? std::vector<ObjectID>{} : it->second;
+}
+
+void CoreAudioStandIn::later(std::function<void()> action) {
+    QMetaObject::invokeMethod(&m_context, std::move(action), Qt::QueuedConnection);
 }
 
 ObjectID CoreAudioStandIn::defaultOutput() const {
@@ -95,7 +116,7 @@ void CoreAudioStandIn::notifyDeviceListChanged() {
 
 void CoreAudioStandIn::notify(ObjectID object, const PropertyAddress& address) {
     auto* app = QCoreApplication::instance();
-    for (const auto& [listenedObject, listened, listener] : m_listeners)
+    for (const auto& [listenedObject, listened, listener, id] : m_listeners)
         if (app && listenedObject == object && listened == address)
             QMetaObject::invokeMethod(
                 app, [listener = listener, address] { listener(1, &address); },
@@ -185,11 +206,33 @@ Status CoreAudioStandIn::setPropertyData(ObjectID object, const PropertyAddress&
         return kAudioHardwareUnsupportedOperationError;
     if (dataSize != current->size())
         return kAudioHardwareBadPropertySizeError;
-    const auto written = bytes(data, dataSize);
-    if (*current != written) {
-        *current = written;
-        notify(object, address);
-    }
+    for (const auto& [ignoring, ignored] : m_ignored)
+        if ((!ignoring || ignoring == object) && ignored == address)
+            return kAudioHardwareNoError;
+    later([this, object, address, written = bytes(data, dataSize)] {
+        // Taken, and applied now if the object is still there; only a change is announced.
+        auto it = m_objects.find(object);
+        if (it == m_objects.end() || !it->second.contains(address))
+            return;
+        auto& current = std::get<Bytes>(it->second.at(address).value);
+        if (current != written) {
+            current = written;
+            notify(object, address);
+        }
+    });
+    return kAudioHardwareNoError;
+}
+
+Status CoreAudioStandIn::translateUIDToDevice(const std::string& uid, ObjectID& outDevice) {
+    if (auto forced = enter(Call::translate, kAudioObjectSystemObject, nullptr))
+        return *forced;
+    // "an error is not returned if the UID doesn't refer to any AudioDevices"
+    outDevice = kAudioObjectUnknown;
+    for (ObjectID device : m_devices)
+        if (hasUID(device, uid)) {
+            outDevice = device;
+            break;
+        }
     return kAudioHardwareNoError;
 }
 
@@ -216,18 +259,29 @@ Status CoreAudioStandIn::createAggregateDevice(const DescriptionDictionary& desc
     if (!uid || !name)
         return kAudio_ParamError;
     const auto& uidText = std::get<std::string>(uid->value);
-    // Core Audio refuses a second device under a UID in use.
+    // Core Audio refuses a second device under a UID in use, also by one on its way out.
     for (ObjectID device : m_devices)
-        if (m_objects[device][global(kAudioDevicePropertyDeviceUID)].value ==
-            Property{uidText}.value)
+        if (hasUID(device, uidText))
             return kAudioHardwareIllegalOperationError;
     outDeviceID =
         plug({uidText, std::get<std::string>(name->value), kAudioDeviceTransportTypeAggregate});
+    // Each subdevice is an AudioSubDevice object of the aggregate's, with its extra latency.
     auto& subdevices = m_subdeviceUIDs[outDeviceID];
+    auto& owned = m_subdeviceObjects[outDeviceID];
     if (const auto* list = coreaudio::find(description, "subdevices"))
-        for (const auto& subdevice : std::get<DescriptionArray>(list->value))
-            subdevices.push_back(std::get<std::string>(
-                coreaudio::find(std::get<DescriptionDictionary>(subdevice.value), "uid")->value));
+        for (const auto& subdevice : std::get<DescriptionArray>(list->value)) {
+            const auto& entry = std::get<DescriptionDictionary>(subdevice.value);
+            subdevices.push_back(std::get<std::string>(coreaudio::find(entry, "uid")->value));
+            const ObjectID object = m_nextID++;
+            owned.push_back(object);
+            m_objects[object][global(kAudioDevicePropertyDeviceUID)] = {subdevices.back(),
+                                                                        kStringReferenceSize};
+            setValue(object, global(kAudioObjectPropertyClass), kAudioSubDeviceClassID);
+            const auto* latency = coreaudio::find(entry, "latency-out");
+            setValue(object, global(kAudioSubDevicePropertyExtraLatency),
+                     latency ? double(std::get<std::int64_t>(latency->value)) : 0.0, true);
+        }
+    setArray(outDeviceID, global(kAudioObjectPropertyOwnedObjects), owned);
     updateActiveSubdevices();
     return kAudioHardwareNoError;
 }
@@ -238,18 +292,36 @@ Status CoreAudioStandIn::destroyAggregateDevice(ObjectID device) {
         return *forced;
     if (device == kAudioObjectSystemObject || !m_objects.contains(device))
         return kAudioHardwareBadObjectError;
-    unplug(device);
+    if (m_goingAway.insert(device).second)
+        later([this, device] {
+            if (m_goingAway.contains(device))
+                unplug(device);
+        });
     return kAudioHardwareNoError;
 }
 
 Status CoreAudioStandIn::addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
-                                                  PropertyListener listener) {
+                                                  PropertyListener listener,
+                                                  ListenerID& outListener) {
     if (auto forced = enter(Call::listen, object, &address))
         return *forced;
     if (!m_objects.contains(object))
         return kAudioHardwareBadObjectError;
-    m_listeners.emplace_back(object, address, std::move(listener));
+    outListener = m_nextListener++;
+    m_listeners.emplace_back(object, address, std::move(listener), outListener);
     return kAudioHardwareNoError;
+}
+
+Status CoreAudioStandIn::removePropertyListenerBlock(ObjectID object,
+                                                     const PropertyAddress& address,
+                                                     ListenerID listener) {
+    if (auto forced = enter(Call::unlisten, object, &address))
+        return *forced;
+    const auto removed = std::erase_if(m_listeners, [&](const auto& entry) {
+        return std::get<0>(entry) == object && std::get<1>(entry) == address &&
+               std::get<3>(entry) == listener;
+    });
+    return removed > 0 ? kAudioHardwareNoError : kAudioHardwareBadObjectError;
 }
 
 std::string describe(const DescriptionValue& value) {

@@ -2,28 +2,45 @@
 
 #include "CoreAudioApi.h"
 
+#include <QObject>
+
 #include <cstring>
 #include <map>
+#include <set>
 #include <tuple>
 #include <variant>
 #include <vector>
 
 // Core Audio's property world in memory: audio objects whose properties are addressed by
 // selector, scope and element and answer with Core Audio's data sizes and statuses. Tests shape
-// the devices, force statuses and read back every write, creation and removal. Listeners are
-// called as Core Audio's main queue calls them: later, from the running Qt event loop, after the
-// device list changed or a write changed a property's value; a device that goes takes its
-// listeners with it.
+// the devices, force statuses and read back every write, creation and removal. As AudioHardware.h
+// says, a write is only a request ("Changing the value of a property is always considered
+// asynchronous") and an aggregate goes some time after it was destroyed ("The actual destruction
+// of the device is asynchronous"): both take effect later, from the running Qt event loop, and are
+// announced to the listeners there, as Core Audio's main queue calls them. A device that goes
+// takes its listeners with it.
 class CoreAudioStandIn : public CoreAudioApi {
 public:
-    enum class Call { size, get, getString, set, settable, create, destroy, listen, unlisten };
+    enum class Call {
+        size,
+        get,
+        getString,
+        set,
+        settable,
+        create,
+        destroy,
+        listen,
+        unlisten,
+        translate
+    };
 
     struct Volume {
         float value = 1;
         bool settable = true;
     };
     // A device as it is plugged in. An absent uid or name reads as a null string reference; an
-    // absent transport, volume element, mute or rate list is a property the device lacks.
+    // absent transport, volume element, virtual main volume, mute or rate list is a property the
+    // device lacks.
     struct Device {
         std::optional<std::string> uid{};
         std::optional<std::string> name{};
@@ -31,6 +48,7 @@ public:
         std::uint32_t outputStreams = 1;
         std::uint32_t inputStreams = 0;
         std::map<std::uint32_t, Volume> volumes{}; // by element, 0 being the main one
+        std::optional<Volume> virtualMainVolume{};
         std::optional<std::uint32_t> mute{};
         std::vector<coreaudio::ValueRange> rateRanges{};
     };
@@ -82,6 +100,11 @@ public:
         m_failures.emplace_back(call, status, object, address);
     }
     void clearFailures() { m_failures.clear(); }
+    // Writes to this property are taken (status 0) but never applied, as by a device that ignores
+    // them; kAudioObjectUnknown: on any object.
+    void ignoreWrites(ObjectID object, const PropertyAddress& address) {
+        m_ignored.emplace_back(object, address);
+    }
     // Forces `status` on the next call of that kind only.
     void failNext(Call call, Status status) { m_nextStatus[call] = status; }
     // Runs `action` at the start of the next call of that kind: a change between two calls.
@@ -92,6 +115,8 @@ public:
     const std::vector<Write>& writes() const { return m_writes; }
     const std::vector<coreaudio::DescriptionDictionary>& creations() const { return m_creations; }
     const std::vector<ObjectID>& removals() const { return m_removals; }
+    // The AudioSubDevice objects an aggregate owns, in its subdevice order.
+    std::vector<ObjectID> subdeviceObjects(ObjectID aggregate) const;
     void clearRecords() {
         m_writes.clear();
         m_creations.clear();
@@ -106,6 +131,7 @@ public:
                              std::optional<std::string>& outValue) override;
     Status setPropertyData(ObjectID object, const PropertyAddress& address, std::uint32_t dataSize,
                            const void* data) override;
+    Status translateUIDToDevice(const std::string& uid, ObjectID& outDevice) override;
     bool hasProperty(ObjectID object, const PropertyAddress& address) override;
     Status isPropertySettable(ObjectID object, const PropertyAddress& address,
                               bool& outIsSettable) override;
@@ -113,7 +139,9 @@ public:
                                  ObjectID& outDeviceID) override;
     Status destroyAggregateDevice(ObjectID device) override;
     Status addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
-                                    PropertyListener listener) override;
+                                    PropertyListener listener, ListenerID& outListener) override;
+    Status removePropertyListenerBlock(ObjectID object, const PropertyAddress& address,
+                                       ListenerID listener) override;
     Status removePropertyListenerBlocks(ObjectID object, const PropertyAddress& address) override;
 
 private:
@@ -132,6 +160,9 @@ private:
     }
     // Each aggregate's active subdevices: those of its subdevice UIDs that are plugged in.
     void updateActiveSubdevices();
+    bool hasUID(ObjectID device, const std::string& uid);
+    // Runs `action` from the event loop, unless this stand-in is gone by then.
+    void later(std::function<void()> action);
     // Runs a pending beforeNextCall action; a forced status, if any.
     std::optional<Status> enter(Call call, ObjectID object, const PropertyAddress* address);
     // Sets `property` when the call reaches it; else the status Core Audio gives.
@@ -140,6 +171,9 @@ private:
     std::map<ObjectID, std::map<PropertyAddress, Property>> m_objects;
     std::vector<ObjectID> m_devices;
     std::map<ObjectID, std::vector<std::string>> m_subdeviceUIDs; // by aggregate
+    std::map<ObjectID, std::vector<ObjectID>> m_subdeviceObjects; // by aggregate
+    std::set<ObjectID> m_goingAway;                               // destroyed, not yet gone
+    std::vector<std::pair<ObjectID, PropertyAddress>> m_ignored;
     ObjectID m_nextID = 100;
     std::vector<std::tuple<Call, Status, ObjectID, std::optional<PropertyAddress>>> m_failures;
     std::map<Call, std::function<void()>> m_pending;
@@ -147,7 +181,9 @@ private:
     std::vector<Write> m_writes;
     std::vector<coreaudio::DescriptionDictionary> m_creations;
     std::vector<ObjectID> m_removals;
-    std::vector<std::tuple<ObjectID, PropertyAddress, PropertyListener>> m_listeners;
+    std::vector<std::tuple<ObjectID, PropertyAddress, PropertyListener, ListenerID>> m_listeners;
+    ListenerID m_nextListener = 1;
+    QObject m_context; // what is scheduled for later dies with it
 };
 
 // A description as text, to compare whole descriptions readably.
