@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QThread>
+#include <QTimer>
 
 #include <unistd.h>
 
@@ -14,11 +15,14 @@
 #include <chrono>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <vector>
 
 // Times activation and deactivation through the controller against the raw server operations
-// they wrap, and the server's CPU while Brivello's multi-output device is active, with and
-// without sound, next to a combine sink carrying the same sound. Runs on a private server.
+// they wrap, the server's CPU while Brivello's multi-output device is active, with and without
+// sound, next to a combine sink carrying the same sound, and the longest the main thread is
+// blocked when switching off and quitting with the server stopped (SIGSTOP). Runs on a private
+// server.
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -49,6 +53,19 @@ double cpuPercent(const QString& pid, double seconds) {
     return (ticks() - before) / static_cast<double>(sysconf(_SC_CLK_TCK)) / seconds * 100.0;
 }
 
+// The longest single turn of the event loop while `action` runs in it and the loop goes on for
+// `seconds` more: what the user would see as a frozen window.
+double longestBlockMs(const std::function<void()>& action, double seconds) {
+    QTimer::singleShot(0, action);
+    double longest = 0;
+    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+    while (Clock::now() < end) {
+        longest = std::max(longest, timeMs([] { QCoreApplication::processEvents(); }));
+        QThread::msleep(5);
+    }
+    return longest;
+}
+
 void startSound(QProcess& player, const QString& sink = {}) {
     QString device = sink.isEmpty() ? QString() : " --device=" + sink;
     player.start("sh", {"-c", "sox -n -r 48000 -c 2 -b 16 -t wav - synth 60 sine 440 vol 0.3 | "
@@ -71,11 +88,16 @@ int main(int argc, char** argv) {
     pidFile.open(QIODevice::ReadOnly);
     const QString pid = QString::fromUtf8(pidFile.readAll()).trimmed();
 
-    PulseAudioSystem audio;
-    MultiOutputController controller(audio);
-    for (const auto& device : controller.devices())
-        if (device.uid == "usb_dac" || device.uid == "bt_speaker")
-            controller.toggle(device.id);
+    auto audioSystem = std::make_unique<PulseAudioSystem>();
+    auto controllerObject = std::make_unique<MultiOutputController>(*audioSystem);
+    auto& controller = *controllerObject;
+    auto selectTwo = [&] {
+        for (const auto& device : controller.devices())
+            if ((device.uid == "usb_dac" || device.uid == "bt_speaker") &&
+                !controller.selected().contains(device.id))
+                controller.toggle(device.id);
+    };
+    selectTwo();
 
     std::vector<double> activate, deactivate, rebuild, rawLoad, rawUnload;
     for (int i = 0; i < kRounds; ++i) {
@@ -145,6 +167,26 @@ int main(int argc, char** argv) {
         raw.setDefaultSink("usb_dac");
         raw.unloadModule(*combine);
     }
-    controller.teardown();
+
+    // The server stops answering (SIGSTOP) while Brivello is on; the loop keeps running after the
+    // action, so reconnect attempts count as well.
+    std::printf("server stopped (SIGSTOP), longest main-thread block\n");
+    controller.activate();
+    server.pause();
+    std::printf("  switching off:  %7.1f ms\n",
+                longestBlockMs([&] { controller.deactivate(); }, 3.0));
+    server.resume();
+    longestBlockMs([] {}, 3.0); // reconnected
+    selectTwo();
+    controller.activate();
+    server.pause();
+    const auto quitStart = Clock::now();
+    QTimer::singleShot(0, [] { QCoreApplication::quit(); });
+    QCoreApplication::exec();
+    controllerObject.reset();
+    audioSystem.reset();
+    std::printf("  quitting:       %7.1f ms\n",
+                std::chrono::duration<double, std::milli>(Clock::now() - quitStart).count());
+    server.resume();
     return 0;
 }

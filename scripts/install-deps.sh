@@ -25,6 +25,7 @@ packages=(
   # run and test: a private sound server, a virtual X display, key injection, sound analysis
   pulseaudio pulseaudio-utils xvfb xauth xdotool x11-utils sox
   # the same tests on PipeWire: its daemon, session manager and pulse server, and a bus for them
+  # (and for the stand-in desktop portal of the appearance tests)
   pipewire pipewire-pulse wireplumber dbus-daemon
 )
 

@@ -221,6 +221,8 @@ start() {
             while running "$owner" && running "$pid"; do sleep 1; done
             # shellcheck disable=SC2086 # one pid a word
             kill $pids 2>/dev/null || true
+            # shellcheck disable=SC2086
+            kill -CONT $pids 2>/dev/null || true
         ) </dev/null >/dev/null 2>&1 &
     fi
 
@@ -263,8 +265,11 @@ stop() {
     local pids pid i
     pids=$(cat "$dir/pids")
     rm -f "$dir/pid" "$dir/pids"
+    # A stopped process (SIGSTOP) ends only once it runs again.
     # shellcheck disable=SC2086 # one pid a word
     kill $pids 2>/dev/null || true
+    # shellcheck disable=SC2086
+    kill -CONT $pids 2>/dev/null || true
     for pid in $pids; do
         for ((i = 0; i < 150; i++)); do
             running "$pid" || continue 2

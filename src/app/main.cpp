@@ -5,12 +5,12 @@
 #include "DeviceListModel.h"
 #include "HotKeyCenter.h"
 #include "MultiOutputStatus.h"
+#include "SymbolIcon.h"
 #include "SymbolImageProvider.h"
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
 
 #include <QGuiApplication>
-#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QtQml/qqmlextensionplugin.h>
@@ -37,7 +37,7 @@ int main(int argc, char** argv) {
     QGuiApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
     QGuiApplication::setApplicationName(QStringLiteral("brivello"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Brivello"));
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/AppLogo.svg")));
+    QGuiApplication::setWindowIcon(appLogoIcon());
     // One look on every system: Qt would pick a different style per platform.
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     TerminationSignals stopSignals;
@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
     MultiOutputStatus status(model.controller());
 
     QQmlApplicationEngine engine;
-    engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    engine.addImageProvider(QLatin1String(SymbolImageProvider::name), new SymbolImageProvider);
     engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
                                  {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});

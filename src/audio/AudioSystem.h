@@ -19,7 +19,8 @@ public:
     // The present output devices, sorted by name; Brivello's own multi-output device never.
     virtual std::vector<AudioOutputDevice> outputDevices() = 0;
 
-    // The device's volume as a 0…1 scalar, absent when it cannot be read.
+    // The device's volume as the platform holds it, 1 being full scale; above 1 where the
+    // platform amplifies (PulseAudio does). Absent when it cannot be read.
     virtual std::optional<float> volume(AudioDeviceID device) = 0;
     // Writes the volume clamped to 0…1; true when the device took it.
     virtual bool setVolume(float volume, AudioDeviceID device) = 0;
@@ -28,11 +29,15 @@ public:
     virtual double commonSampleRate(const std::vector<AudioDeviceID>& devices) = 0;
 
     // Creates the multi-output device from `devices` in order, clocked by the device whose uid is
-    // `masterUID`, each device delayed by its entry (frames at the common rate) of
-    // `extraLatencyFrames`. Removes any earlier multi-output device first. Absent on failure.
+    // `masterUID`, each device delayed by its entry of `extraLatencyMs` (milliseconds by uid).
+    // Removes any earlier multi-output device first. Absent on failure.
     virtual std::optional<AudioDeviceID>
     createMultiOutput(const std::vector<AudioOutputDevice>& devices, const std::string& masterUID,
-                      const std::map<std::string, double>& extraLatencyFrames) = 0;
+                      const std::map<std::string, double>& extraLatencyMs) = 0;
+
+    // The uids of the devices the live multi-output device really plays on right now; empty
+    // when there is none.
+    virtual std::vector<std::string> multiOutputMembers() = 0;
 
     // Removes every multi-output device of Brivello's, whoever left it behind.
     virtual void destroyExistingMultiOutput() = 0;
@@ -51,4 +56,9 @@ public:
     // `listener` runs on the main thread, once per change of the platform's device list.
     // Replaces any earlier listener; an empty function removes it.
     virtual void setDeviceListListener(std::function<void()> listener) = 0;
+
+    // `listener` runs on the main thread after a device's volume or mute changed, whoever
+    // changed it. It gets the device only: the current value is read through volume().
+    // Replaces any earlier listener; an empty function removes it.
+    virtual void setVolumeListener(std::function<void(AudioDeviceID)> listener) = 0;
 };

@@ -6,12 +6,12 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
 constexpr float kInaudibleBelow = 0.05f;
 constexpr float kAudibleLevel = 0.7f;
-constexpr double kBluetoothDelayMs = 180.0;
 
 } // namespace
 
@@ -27,6 +27,7 @@ MultiOutputController::MultiOutputController(AudioSystem& audio, QObject* parent
 
 MultiOutputController::~MultiOutputController() {
     m_audio.setDeviceListListener({});
+    m_audio.setVolumeListener({});
 }
 
 void MultiOutputController::installDeviceChangeListener() {
@@ -42,6 +43,10 @@ void MultiOutputController::installDeviceChangeListener() {
                     self->refresh();
             },
             Qt::QueuedConnection);
+    });
+    m_audio.setVolumeListener([self](AudioDeviceID device) {
+        if (self)
+            self->onVolumeChanged(device);
     });
 }
 
@@ -68,39 +73,49 @@ void MultiOutputController::refresh() {
     const bool couldActivate = canActivate();
     m_devices = m_audio.outputDevices();
 
-    std::set<AudioDeviceID> present;
+    // A vanished device is not selected. While active, a device switched on with the others
+    // rejoins when it returns, whatever id it comes back under: it plays again.
+    std::set<AudioDeviceID> selected;
     for (const auto& device : m_devices)
-        if (m_selected.contains(device.id))
-            present.insert(device.id);
-    const bool selectionShrank = present.size() != m_selected.size();
-    m_selected = std::move(present);
+        if (m_isActive ? m_activeUIDs.contains(device.uid) : m_selected.contains(device.id))
+            selected.insert(device.id);
+    const bool selectionChanged = selected != m_selected;
+    std::set<AudioDeviceID> rejoined;
+    std::set_difference(selected.begin(), selected.end(), m_selected.begin(), m_selected.end(),
+                        std::inserter(rejoined, rejoined.end()));
+    m_selected = std::move(selected);
 
-    // Settings of devices that went away are kept, so they come back with the device.
-    bool volumesAdded = false;
-    bool delaysAdded = false;
+    bool volumesUpdated = false;
+    bool delaysUpdated = false;
     for (const auto& device : m_devices) {
-        if (!m_volumes.contains(device.id)) {
-            m_volumes[device.id] = m_audio.volume(device.id).value_or(1.0f);
-            volumesAdded = true;
-        }
-        if (!m_delaysMs.contains(device.id)) {
-            const bool bluetooth = device.transport == AudioOutputDevice::Transport::bluetooth;
-            m_delaysMs[device.id] = bluetooth ? kBluetoothDelayMs : 0.0;
-            delaysAdded = true;
-        }
+        // The volume lives on the device and may have changed while it was away or unlisted;
+        // the delay is the user's and comes back with the device.
+        volumesUpdated = m_settings.takeVolume(device, m_audio.volume(device.id)) || volumesUpdated;
+        delaysUpdated = m_settings.adoptDelay(device) || delaysUpdated;
     }
 
     // Announced only once all of it holds, so whoever listens sees every listed device with
     // its volume and delay and no vanished device selected.
     emit devicesChanged();
-    if (selectionShrank)
+    if (selectionChanged)
         emit selectedChanged();
     if (couldActivate != canActivate())
         emit canActivateChanged();
-    if (volumesAdded)
+    if (volumesUpdated)
         emit volumesChanged();
-    if (delaysAdded)
+    if (delaysUpdated)
         emit delaysMsChanged();
+
+    // A returning device the live multi-output device no longer holds (it was rebuilt while the
+    // device was away) is put back in.
+    if (m_isActive && !rejoined.empty()) {
+        const auto members = m_audio.multiOutputMembers();
+        const bool missing = std::any_of(rejoined.begin(), rejoined.end(), [&](AudioDeviceID id) {
+            return std::find(members.begin(), members.end(), listed(id)->uid) == members.end();
+        });
+        if (missing)
+            rebuildAggregate();
+    }
 }
 
 void MultiOutputController::toggle(AudioDeviceID device) {
@@ -110,6 +125,12 @@ void MultiOutputController::toggle(AudioDeviceID device) {
     if (!selected.erase(device))
         selected.insert(device);
     setSelected(std::move(selected));
+}
+
+const AudioOutputDevice* MultiOutputController::listed(AudioDeviceID device) const {
+    auto it = std::find_if(m_devices.begin(), m_devices.end(),
+                           [device](const AudioOutputDevice& d) { return d.id == device; });
+    return it == m_devices.end() ? nullptr : &*it;
 }
 
 std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
@@ -123,20 +144,14 @@ std::optional<AudioOutputDevice> MultiOutputController::masterDevice() const {
     return it != devices.end() ? *it : devices.front();
 }
 
-std::map<std::string, double> MultiOutputController::latencyFrames() const {
-    const auto devices = selectedDevices();
-    std::vector<AudioDeviceID> ids;
-    for (const auto& device : devices)
-        ids.push_back(device.id);
-    const double rate = m_audio.commonSampleRate(ids);
-
-    std::map<std::string, double> frames;
-    for (const auto& device : devices) {
-        auto delay = m_delaysMs.find(device.id);
-        if (delay != m_delaysMs.end() && delay->second > 0)
-            frames[device.uid] = rate * (delay->second / 1000.0);
+std::map<std::string, double> MultiOutputController::latencyMs() const {
+    std::map<std::string, double> delays;
+    for (const auto& device : selectedDevices()) {
+        auto delay = delaysMs().find(device.id);
+        if (delay != delaysMs().end() && delay->second > 0)
+            delays[device.uid] = delay->second;
     }
-    return frames;
+    return delays;
 }
 
 void MultiOutputController::activate() {
@@ -146,7 +161,8 @@ void MultiOutputController::activate() {
         return;
 
     m_previousDefaultOutput = m_audio.defaultOutputDevice();
-    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyFrames());
+    const auto delays = latencyMs();
+    const auto created = m_audio.createMultiOutput(devices, master->uid, delays);
     if (!created) {
         setStatusMessage(QString::fromUtf8("Multi-Output-Gerät konnte nicht erstellt werden."));
         return;
@@ -157,29 +173,59 @@ void MultiOutputController::activate() {
         return;
     }
     m_aggregateID = *created;
+    m_appliedDelaysMs = delays;
+    m_activeUIDs.clear();
+    for (const auto& device : devices)
+        m_activeUIDs.insert(device.uid);
     setActive(true);
     for (const auto& device : devices)
-        makeAudible(device.id);
+        makeAudible(device);
+    publishPlayingCount();
+}
+
+void MultiOutputController::publishPlayingCount() {
     setStatusMessage(QString::fromUtf8("Aktiv – Ton spielt auf %1 Geräten.")
-                         .arg(static_cast<qlonglong>(devices.size())));
+                         .arg(static_cast<qlonglong>(m_audio.multiOutputMembers().size())));
+}
+
+bool MultiOutputController::defaultLeftToBrivello() {
+    if (!m_aggregateID)
+        return false;
+    const AudioDeviceID current = m_audio.defaultOutputDevice();
+    // Unreadable: the sound must not be left on a device about to go. Still the one Brivello
+    // replaced: no other was chosen, the server just applies Brivello's a moment late (PipeWire's
+    // session manager does).
+    return current == 0 || current == *m_aggregateID ||
+           (m_previousDefaultOutput && current == *m_previousDefaultOutput);
 }
 
 void MultiOutputController::deactivate() {
+    // A default the user picked meanwhile is theirs; only Brivello's own is handed back.
+    switchOff(defaultLeftToBrivello());
+}
+
+void MultiOutputController::switchOff(bool restoreDefault) {
     // The default goes back first, so the sound never points at a device that is being removed.
-    if (m_previousDefaultOutput && *m_previousDefaultOutput != 0)
+    if (restoreDefault && m_previousDefaultOutput && *m_previousDefaultOutput != 0)
         m_audio.setDefaultOutputDevice(*m_previousDefaultOutput);
     if (m_aggregateID)
         m_audio.removeDevice(*m_aggregateID);
     m_aggregateID.reset();
     m_previousDefaultOutput.reset();
+    m_activeUIDs.clear();
+    m_appliedDelaysMs.clear();
     setActive(false);
     setActiveZoneID(std::nullopt);
     setStatusMessage(std::nullopt);
 }
 
-void MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) {
-    m_delaysMs[device] = milliseconds;
+bool MultiOutputController::setDelay(AudioDeviceID device, double milliseconds) {
+    const auto* entry = listed(device);
+    if (!entry || !(milliseconds >= 0 && milliseconds <= kMaxDelayMs))
+        return false; // also refuses NaN
+    m_settings.setDelay(*entry, milliseconds);
     emit delaysMsChanged();
+    return true;
 }
 
 void MultiOutputController::commitDelays() {
@@ -187,41 +233,79 @@ void MultiOutputController::commitDelays() {
         rebuildAggregate();
 }
 
-void MultiOutputController::rebuildAggregate() {
-    if (!m_isActive)
-        return;
+bool MultiOutputController::createAggregate(const std::map<std::string, double>& delays,
+                                            bool makeDefault) {
     const auto master = masterDevice();
     if (!master)
-        return;
+        return false;
     if (m_aggregateID)
         m_audio.removeDevice(*m_aggregateID);
+    m_aggregateID.reset();
     const auto devices = selectedDevices();
-    const auto created = m_audio.createMultiOutput(devices, master->uid, latencyFrames());
+    const auto created = m_audio.createMultiOutput(devices, master->uid, delays);
     if (!created)
-        return;
-    m_audio.setDefaultOutputDevice(*created);
+        return false;
+    if (makeDefault)
+        m_audio.setDefaultOutputDevice(*created);
     m_aggregateID = *created;
+    m_appliedDelaysMs = delays;
     for (const auto& device : devices)
-        makeAudible(device.id);
+        makeAudible(device);
+    return true;
 }
 
-void MultiOutputController::makeAudible(AudioDeviceID device) {
-    m_audio.unmute(device);
+void MultiOutputController::rebuildAggregate() {
+    if (!m_isActive || !masterDevice())
+        return;
+    const bool makeDefault = defaultLeftToBrivello();
+    const auto previousDelays = m_appliedDelaysMs;
+    if (createAggregate(latencyMs(), makeDefault)) {
+        publishPlayingCount();
+        return;
+    }
+    // The new delays were refused: the sound goes on as it was, and the delays say so.
+    if (createAggregate(previousDelays, makeDefault)) {
+        for (const auto& device : selectedDevices()) {
+            auto applied = previousDelays.find(device.uid);
+            const double delay = applied == previousDelays.end() ? 0.0 : applied->second;
+            m_settings.setDelay(device, delay);
+        }
+        emit delaysMsChanged();
+        setStatusMessage(QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
+        return;
+    }
+    // Nothing plays: off, with the sound back where it was before switching on.
+    switchOff(true);
+    setStatusMessage(QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
+}
+
+void MultiOutputController::makeAudible(const AudioOutputDevice& device) {
+    m_audio.unmute(device.id);
     float level = 1.0f;
-    if (auto read = m_audio.volume(device))
+    if (auto read = m_audio.volume(device.id))
         level = *read;
-    else if (auto stored = m_volumes.find(device); stored != m_volumes.end())
+    else if (auto stored = volumes().find(device.id); stored != volumes().end())
         level = stored->second;
     if (level < kInaudibleBelow) {
         level = kAudibleLevel;
-        m_audio.setVolume(kAudibleLevel, device);
+        m_audio.setVolume(kAudibleLevel, device.id);
     }
-    m_volumes[device] = level;
+    m_settings.setVolume(device, level);
     emit volumesChanged();
 }
 
+void MultiOutputController::onVolumeChanged(AudioDeviceID id) {
+    const auto* device = listed(id);
+    if (!device)
+        return; // not listed yet: its first refresh reads it
+    // The current value, not the event's: while a slider moves, an older change reports late.
+    const auto read = m_audio.volume(id);
+    if (read && m_settings.takeVolume(*device, read))
+        emit volumesChanged();
+}
+
 void MultiOutputController::setVolume(float volume, const AudioOutputDevice& device) {
-    m_volumes[device.id] = volume;
+    m_settings.setVolume(device, volume);
     emit volumesChanged();
     if (volume > 0)
         m_audio.unmute(device.id);

@@ -2,6 +2,7 @@
 
 #include "AudioOutputDevice.h"
 #include "AudioSystem.h"
+#include "DeviceSettings.h"
 
 #include <QObject>
 #include <QString>
@@ -29,8 +30,8 @@ public:
     const std::vector<AudioOutputDevice>& devices() const { return m_devices; }
     const std::set<AudioDeviceID>& selected() const { return m_selected; }
     bool isActive() const { return m_isActive; }
-    const std::map<AudioDeviceID, float>& volumes() const { return m_volumes; }
-    const std::map<AudioDeviceID, double>& delaysMs() const { return m_delaysMs; }
+    const std::map<AudioDeviceID, float>& volumes() const { return m_settings.volumes(); }
+    const std::map<AudioDeviceID, double>& delaysMs() const { return m_settings.delaysMs(); }
     const std::optional<QString>& statusMessage() const { return m_statusMessage; }
     const std::optional<QUuid>& activeZoneID() const { return m_activeZoneID; }
 
@@ -42,20 +43,26 @@ public:
     void toggle(AudioDeviceID device);
     void activate();
     void deactivate();
-    // A delay edit in progress: only the stored value changes.
-    void setDelay(AudioDeviceID device, double milliseconds);
+    // A delay edit in progress: only the stored value changes. A delay outside 0…kMaxDelayMs, or
+    // for a device that is not listed, is refused and changes nothing.
+    bool setDelay(AudioDeviceID device, double milliseconds);
     // The end of a delay edit: while active the multi-output device is rebuilt with it.
     void commitDelays();
     void setVolume(float volume, const AudioOutputDevice& device);
     void activateZone(const Zone& zone);
     bool zoneIsAvailable(const Zone& zone) const;
 
+    // Far beyond any device's lag (the slider stops at 400 ms) and well inside what every
+    // platform accepts as an extra latency.
+    static constexpr double kMaxDelayMs = 5000.0;
+
     // The application is ending: put the previous default output back and leave no
     // multi-output device behind.
     void teardown();
 
-    // The extra latency per selected device's uid, in frames at the common sample rate.
-    std::map<std::string, double> latencyFrames() const;
+    // The extra latency per selected device's uid, in milliseconds; devices without one are left
+    // out.
+    std::map<std::string, double> latencyMs() const;
 
 signals:
     void devicesChanged();
@@ -69,9 +76,19 @@ signals:
     void canActivateChanged();
 
 private:
+    const AudioOutputDevice* listed(AudioDeviceID device) const;
     std::optional<AudioOutputDevice> masterDevice() const;
+    // Replaces any multi-output device with one of the selected devices at these delays and makes
+    // it the default output when `makeDefault`; false when it could not be created.
+    bool createAggregate(const std::map<std::string, double>& delays, bool makeDefault);
     void rebuildAggregate();
-    void makeAudible(AudioDeviceID device);
+    // Whether the default output is still Brivello's to hand back or take over: no output other
+    // than its own and the one it replaced has been chosen since switching on.
+    bool defaultLeftToBrivello();
+    void switchOff(bool restoreDefault);
+    void publishPlayingCount();
+    void makeAudible(const AudioOutputDevice& device);
+    void onVolumeChanged(AudioDeviceID device);
     void installDeviceChangeListener();
     void setSelected(std::set<AudioDeviceID> selected);
     void setActive(bool active);
@@ -82,10 +99,12 @@ private:
     std::vector<AudioOutputDevice> m_devices;
     std::set<AudioDeviceID> m_selected;
     bool m_isActive = false;
-    std::map<AudioDeviceID, float> m_volumes;
-    std::map<AudioDeviceID, double> m_delaysMs;
+    DeviceSettings m_settings;
     std::optional<QString> m_statusMessage;
     std::optional<QUuid> m_activeZoneID;
     std::optional<AudioDeviceID> m_aggregateID;
     std::optional<AudioDeviceID> m_previousDefaultOutput;
+    // While active: the uids switched on together, and the delays the live device plays with.
+    std::set<std::string> m_activeUIDs;
+    std::map<std::string, double> m_appliedDelaysMs;
 };

@@ -28,11 +28,6 @@ void StandInPortal::setColorScheme(uint colorScheme) {
     emit SettingChanged(appearance, colorSchemeKey, QDBusVariant(colorScheme));
 }
 
-void StandInPortal::announceOther() {
-    emit SettingChanged(QStringLiteral("org.gnome.desktop.interface"),
-                        QStringLiteral("color-scheme"), QDBusVariant(1u));
-}
-
 bool StandInPortal::known(const QString& nameSpace, const QString& key) {
     if (nameSpace == appearance && key == colorSchemeKey)
         return true;

@@ -20,8 +20,6 @@ public:
     bool isRegistered() const { return m_registered; }
     // Changes the setting and announces it as the portal does.
     void setColorScheme(uint colorScheme);
-    // Announces a setting the application does not ask about.
-    void announceOther();
 
 public slots:
     QDBusVariant ReadOne(const QString& nameSpace, const QString& key);

@@ -35,7 +35,8 @@ TEST_F(SystemColorSchemeTest, ThePortalsPreferenceIsReadWithoutWaitingAndFollowe
 
     portal.setColorScheme(2);
     ASSERT_TRUE(eventually([&] { return !scheme.prefersDark(); }));
-    portal.announceOther();
+    emit portal.SettingChanged(QStringLiteral("org.gnome.desktop.interface"),
+                               QStringLiteral("color-scheme"), QDBusVariant(1u));
     usePalette(darkWindow);
     settle();
     EXPECT_FALSE(scheme.prefersDark()) << "a stated preference outranks the palette";

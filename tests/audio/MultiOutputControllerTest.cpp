@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 
 // The controller on top of the real Core Audio algorithms, over the in-memory Core Audio.
@@ -119,20 +120,69 @@ TEST_F(Controller, FollowsTheDeviceListAndGivesAReturningDeviceItsDelayBack) {
     deliverNotifications();
     EXPECT_EQ(controller->devices().size(), 4u);
     EXPECT_EQ(controller->delaysMs().at(headset), 250);
+
+    // Core Audio promises nothing about the id of a returning device: the delay follows the uid.
+    controller->setDelay(usb, 30);
+    audio.unplug(usb);
+    const auto usbAgain = audio.plug(device("usb", "USB DAC", kAudioDeviceTransportTypeUSB));
+    deliverNotifications();
+    ASSERT_NE(usbAgain, usb);
+    EXPECT_EQ(controller->delaysMs().at(usbAgain), 30);
+    EXPECT_TRUE(consistent);
 }
 
-TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrder) {
+TEST_F(Controller, VolumesFollowWhateverChangesThemAndAreAnnouncedOnlyWhenTheyMove) {
+    int announced = 0;
+    QObject::connect(controller.get(), &MultiOutputController::volumesChanged,
+                     [&] { ++announced; });
+    // Another mixer or the volume keys.
+    const float quieter = 0.3f;
+    audio.setPropertyData(speakers, kVolume, sizeof(quieter), &quieter);
+    deliverNotifications();
+    EXPECT_EQ(controller->volumes().at(speakers), 0.3f);
+    EXPECT_EQ(announced, 1);
+
+    // The controller's own write comes back through the listener and is not news.
+    controller->setVolume(0.6f, controller->devices()[1]); // by name: Headset, Speakers, USB DAC
+    EXPECT_EQ(audio.value<float>(speakers, kVolume), 0.6f);
+    deliverNotifications();
+    EXPECT_EQ(announced, 2);
+    const std::uint32_t muted = 1;
+    audio.setValue(speakers, kMute, std::uint32_t{0}, true);
+    audio.setPropertyData(speakers, kMute, sizeof(muted), &muted);
+    deliverNotifications();
+    EXPECT_EQ(announced, 2) << "a mute leaves the volume as it is";
+
+    // A Bluetooth device reconnects with the volume it keeps itself; a newcomer is followed too.
+    audio.unplug(headset);
+    auto loud = device("headset", "Headset", kAudioDeviceTransportTypeBluetooth);
+    loud.volumes = {{0, {0.9f}}};
+    audio.plug(loud, headset);
+    const auto late = audio.plug(device("late", "Später", kAudioDeviceTransportTypeUSB));
+    deliverNotifications();
+    EXPECT_EQ(controller->volumes().at(headset), 0.9f);
+    const float half = 0.5f, louder = 0.8f;
+    audio.setPropertyData(late, kVolume, sizeof(louder), &louder);
+    audio.setPropertyData(headset, kVolume, sizeof(half), &half);
+    deliverNotifications();
+    EXPECT_EQ(controller->volumes().at(late), 0.8f);
+    EXPECT_EQ(controller->volumes().at(headset), 0.5f);
+    EXPECT_EQ(audio.listenerCount(speakers, kVolume), 1u) << "listeners do not pile up";
+}
+
+TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrderLeavingTheUsersDefault) {
     audio.setValue(speakers, kVolume, 0.02f, true);
     audio.setValue(speakers, kMute, std::uint32_t{1}, true);
     audio.setValue(usb, kVolume, 0.05f, true);
     for (auto id : {headset, speakers, usb})
         controller->toggle(id);
     controller->setDelay(usb, 12.5); // the speakers keep 0 ms, the headset Bluetooth's 180 ms
-    EXPECT_EQ(controller->latencyFrames(),
-              (std::map<std::string, double>{{"usb", 551.25}, {"headset", 7938.0}}));
+    EXPECT_EQ(controller->latencyMs(),
+              (std::map<std::string, double>{{"usb", 12.5}, {"headset", 180.0}}));
 
     controller->activate();
     ASSERT_TRUE(controller->isActive());
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 3 Geräten."));
     ASSERT_EQ(audio.creations().size(), 1u);
     EXPECT_EQ(entry(audio.creations()[0], "master"), R"("speakers")")
         << "the first selected device that is not Bluetooth";
@@ -149,6 +199,7 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrder) {
     EXPECT_EQ(audio.value<float>(usb, kVolume), 0.05f);
 
     controller->setDelay(usb, 20);
+    audio.setDefaultOutput(speakers); // as if the platform had not yet applied Brivello's
     controller->commitDelays();
     ASSERT_EQ(audio.creations().size(), 2u);
     EXPECT_EQ(entry(audio.creations()[1], "subdevices"),
@@ -163,6 +214,95 @@ TEST_F(Controller, AnActiveSessionIsBuiltRebuiltAndTakenDownInOrder) {
     controller->deactivate();
     EXPECT_EQ(defaultAtRemoval, speakers) << "the previous default comes back first";
     EXPECT_TRUE(multiOutputs().empty());
+
+    // The user picks the USB DAC while active: neither a rebuild nor switching off takes it away.
+    controller->activate();
+    audio.setDefaultOutput(usb);
+    controller->commitDelays();
+    EXPECT_EQ(audio.defaultOutput(), usb);
+    controller->deactivate();
+    EXPECT_EQ(audio.defaultOutput(), usb);
+    EXPECT_TRUE(multiOutputs().empty());
+}
+
+TEST_F(Controller, AMemberThatReconnectsWhileActiveRejoinsWithItsDelayAndKeepsPlaying) {
+    controller->toggle(headset);
+    controller->toggle(speakers);
+    controller->setDelay(headset, 250);
+    controller->activate();
+    ASSERT_TRUE(controller->isActive());
+
+    // Back under another id: selected again, and the multi-output device took it back itself.
+    audio.unplug(headset);
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), std::set<AudioDeviceID>{speakers});
+    const auto back = audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), (std::set<AudioDeviceID>{speakers, back}));
+    EXPECT_EQ(controller->delaysMs().at(back), 250);
+    EXPECT_EQ(audio.creations().size(), 1u);
+
+    // A delay commit keeps it in the sound.
+    controller->commitDelays();
+    ASSERT_EQ(audio.creations().size(), 2u);
+    EXPECT_EQ(entry(audio.creations()[1], "subdevices"),
+              R"([{uid: "headset", drift: 1, latency-out: 11025}, {uid: "speakers", drift: 0}])");
+
+    // Rebuilt while it was away, the device no longer holds it: it is built in again.
+    audio.unplug(back);
+    deliverNotifications();
+    controller->commitDelays();
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 1 Geräten."));
+    const auto third = audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), (std::set<AudioDeviceID>{speakers, third}));
+    ASSERT_EQ(audio.creations().size(), 4u);
+    EXPECT_EQ(entry(audio.creations()[3], "subdevices"),
+              R"([{uid: "headset", drift: 1, latency-out: 11025}, {uid: "speakers", drift: 0}])");
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 2 Geräten."));
+
+    // Switched off, nothing of it is remembered.
+    controller->deactivate();
+    audio.unplug(third);
+    audio.plug(device("headset", "Headset", kAudioDeviceTransportTypeBluetooth));
+    deliverNotifications();
+    EXPECT_EQ(controller->selected(), std::set<AudioDeviceID>{speakers});
+}
+
+TEST_F(Controller, ARefusedDelayLeavesTheSoundAsItWasOrSwitchesOffCleanly) {
+    controller->toggle(speakers);
+    controller->toggle(usb);
+    controller->activate();
+    const auto playing = multiOutputs();
+    ASSERT_EQ(playing.size(), 1u);
+
+    // Beyond what the platform takes, or no number at all: refused, nothing changes.
+    for (double refused : {60000.0, -1.0, std::nan("")})
+        controller->setDelay(usb, refused);
+    EXPECT_EQ(controller->delaysMs().at(usb), 0);
+    EXPECT_EQ(audio.creations().size(), 1u);
+
+    // The platform refuses the new delays: the device comes back as it was.
+    controller->setDelay(usb, 20);
+    audio.failNext(Call::create, kAudio_ParamError);
+    controller->commitDelays();
+    EXPECT_TRUE(controller->isActive());
+    ASSERT_EQ(audio.creations().size(), 3u);
+    EXPECT_EQ(entry(audio.creations()[2], "subdevices"),
+              R"([{uid: "speakers", drift: 0}, {uid: "usb", drift: 1}])");
+    ASSERT_EQ(multiOutputs().size(), 1u);
+    EXPECT_EQ(audio.defaultOutput(), multiOutputs()[0]);
+    EXPECT_EQ(controller->delaysMs().at(usb), 0) << "the delay that plays";
+    EXPECT_EQ(controller->statusMessage(),
+              QString::fromUtf8("Verzögerung konnte nicht übernommen werden."));
+
+    // Not even the old one can be made again: off, with the sound back on the speakers.
+    controller->setDelay(usb, 20);
+    audio.fail(Call::create, kAudio_ParamError);
+    controller->commitDelays();
+    EXPECT_FALSE(controller->isActive());
+    EXPECT_TRUE(multiOutputs().empty());
+    EXPECT_EQ(audio.defaultOutput(), speakers);
 }
 
 TEST_F(Controller, AFailedActivationLeavesNothingActiveAndNoDeviceBehind) {

@@ -12,43 +12,15 @@ namespace {
 
 // Every symbol the window, the device rows, the zones, the hot-key sheet, the menu-bar panel and
 // its tray icon name.
-const QStringList symbolsTheViewsUse{
-    "wave.3.right",
-    "cable.connector",
-    "laptopcomputer",
-    "display",
-    "airplayaudio",
-    "bolt.horizontal",
-    "rectangle.3.group",
-    "waveform",
-    "hifispeaker",
-    "hifispeaker.2.fill",
-    "checkmark.circle.fill",
-    "circle",
-    "circle.fill",
-    "speaker.fill",
-    "speaker.wave.2.fill",
-    "speaker.slash",
-    "timer",
-    "arrow.clockwise",
-    "sun.max",
-    "moon",
-    "circle.lefthalf.filled",
-    "play.fill",
-    "stop.fill",
-    "plus",
-    "play.circle.fill",
-    "square.stack.3d.up.fill",
-    "xmark.circle.fill",
-    "xmark.circle",
-    "stop.circle",
-    "macwindow",
-    "power",
-    "keyboard",
-    "trash",
-    "pencil",
-    "checkmark",
-};
+const QStringList symbolsTheViewsUse =
+    QStringLiteral("wave.3.right cable.connector laptopcomputer display airplayaudio "
+                   "bolt.horizontal rectangle.3.group waveform hifispeaker hifispeaker.2.fill "
+                   "checkmark.circle.fill circle circle.fill speaker.fill speaker.wave.2.fill "
+                   "speaker.slash timer arrow.clockwise sun.max moon circle.lefthalf.filled "
+                   "play.fill stop.fill plus play.circle.fill square.stack.3d.up.fill "
+                   "xmark.circle.fill xmark.circle stop.circle macwindow power keyboard trash "
+                   "pencil checkmark")
+        .split(QLatin1Char(' '));
 
 QString nameOf(const SymbolEntry& entry) {
     return QString::fromLatin1(entry.name.data(), static_cast<qsizetype>(entry.name.size()));

@@ -49,4 +49,7 @@ public:
     // main thread, some time after the change.
     virtual Status addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
                                             PropertyListener listener) = 0;
+    // AudioObjectRemovePropertyListenerBlock for every listener added to this object's property.
+    virtual Status removePropertyListenerBlocks(ObjectID object,
+                                                const PropertyAddress& address) = 0;
 };

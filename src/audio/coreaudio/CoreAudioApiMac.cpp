@@ -1,5 +1,6 @@
 #include "CoreAudioApiMac.h"
 
+#include <Block.h>
 #include <CoreAudio/CoreAudio.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <dispatch/dispatch.h>
@@ -26,6 +27,8 @@ static_assert(coreaudio::kAudioDevicePropertyAvailableNominalSampleRates ==
               ::kAudioDevicePropertyAvailableNominalSampleRates);
 static_assert(coreaudio::kAudioDevicePropertyNominalSampleRate ==
               ::kAudioDevicePropertyNominalSampleRate);
+static_assert(coreaudio::kAudioAggregateDevicePropertyActiveSubDeviceList ==
+              ::kAudioAggregateDevicePropertyActiveSubDeviceList);
 static_assert(coreaudio::kAudioDeviceTransportTypeBuiltIn == ::kAudioDeviceTransportTypeBuiltIn);
 static_assert(coreaudio::kAudioDeviceTransportTypeAggregate ==
               ::kAudioDeviceTransportTypeAggregate);
@@ -191,12 +194,45 @@ CoreAudioApi::Status CoreAudioApiMac::addPropertyListenerBlock(ObjectID object,
                                                                const PropertyAddress& address,
                                                                PropertyListener listener) {
     const auto where = apple(address);
-    AudioObjectPropertyListenerBlock block = ^(UInt32 count,
-                                               const AudioObjectPropertyAddress* addresses) {
+    AudioObjectPropertyListenerBlock block = Block_copy(^(
+        UInt32 count, const AudioObjectPropertyAddress* addresses) {
       std::vector<PropertyAddress> changed;
       for (UInt32 i = 0; i < count; ++i)
           changed.push_back({addresses[i].mSelector, addresses[i].mScope, addresses[i].mElement});
       listener(count, changed.data());
-    };
-    return AudioObjectAddPropertyListenerBlock(object, &where, dispatch_get_main_queue(), block);
+    });
+    const OSStatus status =
+        AudioObjectAddPropertyListenerBlock(object, &where, dispatch_get_main_queue(), block);
+    if (status != kAudioHardwareNoError) {
+        Block_release(block);
+        return status;
+    }
+    m_blocks[{object, address}].push_back(reinterpret_cast<void*>(block));
+    return status;
+}
+
+CoreAudioApi::Status CoreAudioApiMac::removePropertyListenerBlocks(ObjectID object,
+                                                                   const PropertyAddress& address) {
+    auto added = m_blocks.extract({object, address});
+    if (!added)
+        return kAudioHardwareNoError;
+    const auto where = apple(address);
+    OSStatus result = kAudioHardwareNoError;
+    for (void* stored : added.mapped()) {
+        auto block = reinterpret_cast<AudioObjectPropertyListenerBlock>(stored);
+        // A device that went away took its listeners with it; the status says so, nothing leaks.
+        const OSStatus status = AudioObjectRemovePropertyListenerBlock(
+            object, &where, dispatch_get_main_queue(), block);
+        if (status != kAudioHardwareNoError)
+            result = status;
+        Block_release(block);
+    }
+    return result;
+}
+
+CoreAudioApiMac::~CoreAudioApiMac() {
+    while (!m_blocks.empty()) {
+        const auto [object, address] = m_blocks.begin()->first;
+        removePropertyListenerBlocks(object, address);
+    }
 }

@@ -2,6 +2,10 @@
 
 #include "CoreAudioApi.h"
 
+#include <map>
+#include <utility>
+#include <vector>
+
 // The real Core Audio calls on macOS: each member forwards to the C function of the same shape.
 class CoreAudioApiMac final : public CoreAudioApi {
 public:
@@ -21,4 +25,10 @@ public:
     Status destroyAggregateDevice(ObjectID device) override;
     Status addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
                                     PropertyListener listener) override;
+    Status removePropertyListenerBlocks(ObjectID object, const PropertyAddress& address) override;
+    ~CoreAudioApiMac() override;
+
+private:
+    // The blocks handed to Core Audio, on the heap: removing one takes the very block added.
+    std::map<std::pair<ObjectID, PropertyAddress>, std::vector<void*>> m_blocks;
 };

@@ -59,13 +59,21 @@ std::optional<std::int64_t> latencyFrames(double frames) {
 
 DescriptionDictionary subdeviceDescription(const AudioOutputDevice& device,
                                            const std::string& masterUID,
-                                           const std::map<std::string, double>& extraLatency) {
+                                           const std::map<std::string, double>& extraLatencyMs,
+                                           double rate) {
     DescriptionDictionary description{{"uid", device.uid},
                                       {"drift", device.uid == masterUID ? 0 : 1}};
-    if (auto entry = extraLatency.find(device.uid); entry != extraLatency.end())
-        if (auto frames = latencyFrames(entry->second))
+    if (auto entry = extraLatencyMs.find(device.uid); entry != extraLatencyMs.end())
+        if (auto frames = latencyFrames(rate * entry->second / 1000.0))
             description.push_back({"latency-out", *frames});
     return description;
+}
+
+std::optional<AudioDeviceID> findMultiOutput(CoreAudioApi& api) {
+    for (AudioDeviceID id : CoreAudioHAL::allDeviceIDs(api))
+        if (readString(api, id, kAudioDevicePropertyDeviceUID) == CoreAudioHAL::kMultiOutputUID)
+            return id;
+    return std::nullopt;
 }
 
 } // namespace
@@ -215,7 +223,7 @@ double commonSampleRate(CoreAudioApi& api, const std::vector<AudioDeviceID>& dev
 std::optional<AudioDeviceID>
 createMultiOutput(CoreAudioApi& api, const std::vector<AudioOutputDevice>& devices,
                   const std::string& masterUID,
-                  const std::map<std::string, double>& extraLatencyFrames) {
+                  const std::map<std::string, double>& extraLatencyMs) {
     if (devices.empty())
         return std::nullopt;
     destroyExistingMultiOutput(api);
@@ -229,7 +237,7 @@ createMultiOutput(CoreAudioApi& api, const std::vector<AudioOutputDevice>& devic
 
     DescriptionArray subdevices;
     for (const auto& device : devices)
-        subdevices.emplace_back(subdeviceDescription(device, masterUID, extraLatencyFrames));
+        subdevices.emplace_back(subdeviceDescription(device, masterUID, extraLatencyMs, rate));
     const DescriptionDictionary description{
         {"name", kMultiOutputName},
         {"uid", kMultiOutputUID},
@@ -248,6 +256,27 @@ createMultiOutput(CoreAudioApi& api, const std::vector<AudioOutputDevice>& devic
     std::cout << "Brivello: AudioHardwareCreateAggregateDevice failed (" << status << ")\n"
               << std::flush;
     return std::nullopt;
+}
+
+std::vector<std::string> multiOutputMembers(CoreAudioApi& api) {
+    const auto multiOutput = findMultiOutput(api);
+    if (!multiOutput)
+        return {};
+    const auto address = global(kAudioAggregateDevicePropertyActiveSubDeviceList);
+    std::uint32_t size = 0;
+    if (api.getPropertyDataSize(*multiOutput, address, size) != kAudioHardwareNoError ||
+        size < sizeof(AudioDeviceID))
+        return {};
+    std::vector<AudioDeviceID> ids(size / sizeof(AudioDeviceID), kAudioObjectUnknown);
+    std::uint32_t filled = std::uint32_t(ids.size() * sizeof(AudioDeviceID));
+    if (api.getPropertyData(*multiOutput, address, filled, ids.data()) != kAudioHardwareNoError)
+        return {};
+    ids.resize(filled / sizeof(AudioDeviceID));
+    std::vector<std::string> uids;
+    for (AudioDeviceID id : ids)
+        if (auto uid = readString(api, id, kAudioDevicePropertyDeviceUID))
+            uids.push_back(std::move(*uid));
+    return uids;
 }
 
 void destroyExistingMultiOutput(CoreAudioApi& api) {

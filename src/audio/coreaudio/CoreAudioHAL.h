@@ -37,11 +37,16 @@ std::vector<double> availableSampleRates(CoreAudioApi& api, AudioDeviceID device
 double commonSampleRate(CoreAudioApi& api, const std::vector<AudioDeviceID>& devices);
 
 // Builds the stacked multi-output device from `devices` in order, clocked by `masterUID`, with
-// the extra output latency (frames) per device UID. Absent when nothing was created.
-std::optional<AudioDeviceID>
-createMultiOutput(CoreAudioApi& api, const std::vector<AudioOutputDevice>& devices,
-                  const std::string& masterUID,
-                  const std::map<std::string, double>& extraLatencyFrames);
+// the extra output latency (milliseconds, turned into frames at the common rate) per device UID.
+// Absent when nothing was created.
+std::optional<AudioDeviceID> createMultiOutput(CoreAudioApi& api,
+                                               const std::vector<AudioOutputDevice>& devices,
+                                               const std::string& masterUID,
+                                               const std::map<std::string, double>& extraLatencyMs);
+
+// The UIDs of the subdevices the multi-output device plays on now, in its order; empty when
+// there is no multi-output device.
+std::vector<std::string> multiOutputMembers(CoreAudioApi& api);
 
 // Removes every device carrying the multi-output UID.
 void destroyExistingMultiOutput(CoreAudioApi& api);

@@ -51,6 +51,7 @@ constexpr std::uint32_t kAudioDevicePropertyVolumeScalar = fourCC("volm");
 constexpr std::uint32_t kAudioDevicePropertyMute = fourCC("mute");
 constexpr std::uint32_t kAudioDevicePropertyAvailableNominalSampleRates = fourCC("nsr#");
 constexpr std::uint32_t kAudioDevicePropertyNominalSampleRate = fourCC("nsrt");
+constexpr std::uint32_t kAudioAggregateDevicePropertyActiveSubDeviceList = fourCC("agrp");
 
 constexpr std::uint32_t kAudioDeviceTransportTypeBuiltIn = fourCC("bltn");
 constexpr std::uint32_t kAudioDeviceTransportTypeAggregate = fourCC("grup");

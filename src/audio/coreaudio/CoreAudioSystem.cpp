@@ -14,6 +14,14 @@ constexpr PropertyAddress kDeviceListAddress{kAudioHardwarePropertyDevices,
                                              kAudioObjectPropertyElementMain};
 constexpr PropertyAddress kMuteAddress{kAudioDevicePropertyMute, kAudioObjectPropertyScopeOutput,
                                        kAudioObjectPropertyElementMain};
+// What volume() reads (the main element, else the first channel), the second channel that
+// setVolume() writes beside it, and the mute.
+constexpr PropertyAddress kWatchedAddresses[] = {
+    {kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput, 0},
+    {kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput, 1},
+    {kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput, 2},
+    kMuteAddress,
+};
 
 } // namespace
 
@@ -21,10 +29,15 @@ CoreAudioSystem::CoreAudioSystem(CoreAudioApi& api) : m_api(api) {}
 
 CoreAudioSystem::~CoreAudioSystem() {
     *m_listener = nullptr;
+    *m_volumeListener = nullptr;
+    watchVolumes({});
 }
 
 std::vector<AudioOutputDevice> CoreAudioSystem::outputDevices() {
-    return CoreAudioHAL::outputDevices(m_api);
+    auto devices = CoreAudioHAL::outputDevices(m_api);
+    if (*m_volumeListener)
+        watchVolumes(devices);
+    return devices;
 }
 
 std::optional<float> CoreAudioSystem::volume(AudioDeviceID device) {
@@ -42,8 +55,12 @@ double CoreAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devic
 std::optional<AudioDeviceID>
 CoreAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& devices,
                                    const std::string& masterUID,
-                                   const std::map<std::string, double>& extraLatencyFrames) {
-    return CoreAudioHAL::createMultiOutput(m_api, devices, masterUID, extraLatencyFrames);
+                                   const std::map<std::string, double>& extraLatencyMs) {
+    return CoreAudioHAL::createMultiOutput(m_api, devices, masterUID, extraLatencyMs);
+}
+
+std::vector<std::string> CoreAudioSystem::multiOutputMembers() {
+    return CoreAudioHAL::multiOutputMembers(m_api);
 }
 
 void CoreAudioSystem::destroyExistingMultiOutput() {
@@ -89,4 +106,28 @@ void CoreAudioSystem::setDeviceListListener(std::function<void()> listener) {
                                        if (auto listener = *current)
                                            listener();
                                    });
+}
+
+void CoreAudioSystem::setVolumeListener(std::function<void(AudioDeviceID)> listener) {
+    *m_volumeListener = std::move(listener);
+    watchVolumes(*m_volumeListener ? CoreAudioHAL::outputDevices(m_api)
+                                   : std::vector<AudioOutputDevice>{});
+}
+
+void CoreAudioSystem::watchVolumes(const std::vector<AudioOutputDevice>& devices) {
+    for (AudioDeviceID device : m_watched)
+        for (const auto& address : kWatchedAddresses)
+            m_api.removePropertyListenerBlocks(device, address); // gone devices fail, harmlessly
+    m_watched.clear();
+    for (const auto& device : devices) {
+        m_watched.insert(device.id);
+        for (const auto& address : kWatchedAddresses)
+            if (m_api.hasProperty(device.id, address))
+                m_api.addPropertyListenerBlock(device.id, address,
+                                               [current = m_volumeListener, id = device.id](
+                                                   std::uint32_t, const PropertyAddress*) {
+                                                   if (auto listener = *current)
+                                                       listener(id);
+                                               });
+    }
 }

@@ -1,55 +1,24 @@
 #include "PulseAudioSystem.h"
 
-#include "ModuleArguments.h"
 #include "SinkTransport.h"
+
+#include <QCoreApplication>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace {
 
 using Sink = PulseConnection::Sink;
 
-constexpr double kFallbackRate = 44100.0;
 constexpr std::chrono::milliseconds kConnectTimeout(1000);
 constexpr int kReconnectIntervalMs = 1000;
-
-bool isOwnName(const std::string& name) {
-    const std::string own = PulseAudioSystem::kSinkName;
-    // A server that already holds the name hands out NAME.2, NAME.3 and so on.
-    return name == own || name.starts_with(own + ".");
-}
-
-bool mentionsOwnSink(const PulseConnection::Module& module) {
-    return module.argument.find(PulseAudioSystem::kSinkName) != std::string::npos ||
-           module.argument.find(PulseAudioSystem::kMarkerProperty) != std::string::npos;
-}
-
-// The loopback's sink argument, also how a member's loopback is recognised among the modules.
-std::string loopbackSinkArgument(const std::string& sinkName) {
-    return " sink=" + moduleargs::quote(sinkName);
-}
+constexpr double kFallbackRate = 44100.0;
 
 const Sink* findByName(const std::vector<Sink>& sinks, const std::string& name) {
     auto it =
         std::find_if(sinks.begin(), sinks.end(), [&](const Sink& s) { return s.name == name; });
     return it == sinks.end() ? nullptr : &*it;
-}
-
-// The server tells only each sink's current rate and resamples wherever rates differ, so the
-// multi-output sink runs at the highest member rate and nothing is lost on the best device.
-double highestRate(const std::vector<Sink>& members) {
-    std::uint32_t highest = 0;
-    for (const auto& member : members)
-        highest = std::max(highest, member.rate);
-    return highest == 0 ? kFallbackRate : static_cast<double>(highest);
-}
-
-// The one diagnostic line of a failed creation; `what` is the module that failed to load.
-void reportFailure(const char* what, int error) {
-    std::printf("Brivello: %s failed (%d)\n", what, error);
-    std::fflush(stdout);
 }
 
 } // namespace
@@ -60,46 +29,146 @@ PulseAudioSystem::PulseAudioSystem()
     m_reconnectTimer.setInterval(kReconnectIntervalMs);
     QObject::connect(&m_reconnectTimer, &QTimer::timeout, m_mainThread.get(),
                      [this] { tryReconnect(); });
+    m_retryTimer.setSingleShot(true);
+    QObject::connect(&m_retryTimer, &QTimer::timeout, m_mainThread.get(), [this] { heal(); });
+    // Connected before the controller's own teardown, so quitting never waits longer in all,
+    // whatever the server does.
+    if (auto* app = QCoreApplication::instance())
+        QObject::connect(app, &QCoreApplication::aboutToQuit, m_mainThread.get(), [this] {
+            m_connection.limitAllUntil(PulseConnection::Clock::now() + kQuitBudget);
+        });
     if (!m_connection.connect(kConnectTimeout))
         m_reconnectTimer.start();
 }
 
 PulseAudioSystem::~PulseAudioSystem() = default;
 
-bool PulseAudioSystem::isOwnSink(const Sink& sink) {
-    return isOwnName(sink.name) || sink.properties.contains(kMarkerProperty);
-}
-
 void PulseAudioSystem::onServerEvent(PulseConnection::Event event) {
-    // libpulse's thread, loop locked: only hand the event over to the main thread.
-    if (event == PulseConnection::Event::lost) {
-        QMetaObject::invokeMethod(
-            m_mainThread.get(),
-            [this] {
-                m_reconnectTimer.start();
-                notifyListener();
-            },
-            Qt::QueuedConnection);
-        return;
-    }
+    // libpulse's thread, loop locked, or the main thread inside a request: only hand over.
+    auto post = [this](auto work) {
+        QMetaObject::invokeMethod(m_mainThread.get(), work, Qt::QueuedConnection);
+    };
+    switch (event) {
+    case PulseConnection::Event::lost:
+        post([this] { onConnectionLost(); });
+        break;
+    case PulseConnection::Event::connected:
+        post([this] { onConnected(); });
+        break;
     // A burst of events (a module load brings several) becomes one notification.
-    if (!m_changePending.exchange(true))
-        QMetaObject::invokeMethod(
-            m_mainThread.get(), [this] { notifyListener(); }, Qt::QueuedConnection);
+    case PulseConnection::Event::devices:
+        if (!m_devicesPending.exchange(true))
+            post([this] { onDevicesChanged(); });
+        break;
+    case PulseConnection::Event::volumes:
+        if (!m_volumesPending.exchange(true))
+            post([this] {
+                m_volumesPending = false;
+                publishVolumeChanges();
+            });
+        break;
+    }
 }
 
-void PulseAudioSystem::notifyListener() {
-    m_changePending = false;
+void PulseAudioSystem::onDevicesChanged() {
+    m_devicesPending = false;
     heal();
+    if (m_listener)
+        m_listener();
+    // A device that comes back may bring another volume than it left with.
+    publishVolumeChanges();
+}
+
+void PulseAudioSystem::onConnectionLost() {
+    if (!m_connection.isConnected() && !m_reconnectTimer.isActive())
+        m_reconnectTimer.start();
     if (m_listener)
         m_listener();
 }
 
 void PulseAudioSystem::tryReconnect() {
-    if (!m_connection.connect(kConnectTimeout))
-        return;
+    // Never waits: a server that takes the socket but does not answer (a stopped one) would
+    // otherwise block the main thread on every attempt.
+    if (m_connection.isConnected())
+        m_reconnectTimer.stop();
+    else if (!m_connection.isConnecting())
+        m_connection.startConnecting();
+}
+
+void PulseAudioSystem::onConnected() {
     m_reconnectTimer.stop();
-    notifyListener();
+    // A repair that failed because the server was gone is due at once, not after its back-off.
+    m_retryTimer.stop();
+    m_retryDelay = kFirstRetry;
+    {
+        // What a request that timed out meant to remove, or a repair that stalled left behind:
+        // nothing of Brivello's stays on the server unless the controller holds the device.
+        const auto within = budget();
+        if (!m_liveMultiOutput && m_multiOutput.anyLeft())
+            m_multiOutput.removeAll();
+    }
+    onDevicesChanged();
+}
+
+void PulseAudioSystem::heal() {
+    if (!m_liveMultiOutput || m_retryTimer.isActive() || !m_connection.isConnected())
+        return;
+    const auto within = budget();
+    if (repair()) {
+        m_retryDelay = kFirstRetry;
+        return;
+    }
+    // Each attempt loads and unloads modules, whose events would call for the next at once.
+    m_retryTimer.start(m_retryDelay);
+    m_retryDelay = std::min(m_retryDelay * 2, kLongestRetry);
+}
+
+bool PulseAudioSystem::repair() {
+    const auto sinks = m_connection.sinks();
+    const auto* own = findByName(sinks, kSinkName);
+    if (own)
+        return m_multiOutput.completeLoopbacks(*m_liveMultiOutput, *own, sinks);
+    // The device died with the server while the controller still holds it: bring it back under
+    // its old name, and so its old id, as the default output.
+    const auto& members = m_liveMultiOutput->memberUIDs;
+    if (std::none_of(members.begin(), members.end(),
+                     [&](const std::string& uid) { return findByName(sinks, uid) != nullptr; }))
+        return true;           // the server is back, its devices are not yet
+    m_multiOutput.removeAll(); // stray loopbacks of a half-built one
+    const auto rebuilt = m_multiOutput.build(*m_liveMultiOutput);
+    if (!rebuilt)
+        return false;
+    m_connection.setDefaultSink(rebuilt->name);
+    return true;
+}
+
+void PulseAudioSystem::forgetMultiOutput() {
+    m_liveMultiOutput.reset();
+    m_retryTimer.stop();
+    m_retryDelay = kFirstRetry;
+}
+
+void PulseAudioSystem::publishVolumeChanges() {
+    if (!m_connection.isConnected())
+        return;
+    std::vector<AudioDeviceID> changed;
+    {
+        const auto within = budget();
+        for (const auto& sink : m_connection.sinks()) {
+            if (isOwnSink(sink))
+                continue;
+            const std::pair now{pa_cvolume_max(&sink.volume), sink.mute};
+            auto seen = m_seenVolumes.find(sink.name);
+            if (seen != m_seenVolumes.end() && seen->second == now)
+                continue;
+            m_seenVolumes[sink.name] = now;
+            changed.push_back(m_ids.idFor(sink.name, sink.index));
+        }
+    }
+    // The listener reads volume() again, each read a budget of its own.
+    if (m_volumeListener)
+        for (const auto id : changed)
+            m_volumeListener(id);
 }
 
 std::optional<PulseConnection::Sink> PulseAudioSystem::sinkOf(AudioDeviceID device) {
@@ -113,7 +182,12 @@ void PulseAudioSystem::setDeviceListListener(std::function<void()> listener) {
     m_listener = std::move(listener);
 }
 
+void PulseAudioSystem::setVolumeListener(std::function<void(AudioDeviceID)> listener) {
+    m_volumeListener = std::move(listener);
+}
+
 std::vector<AudioOutputDevice> PulseAudioSystem::outputDevices() {
+    const auto within = budget();
     std::vector<AudioOutputDevice> devices;
     for (const auto& sink : m_connection.sinks()) {
         if (isOwnSink(sink))
@@ -130,14 +204,16 @@ std::vector<AudioOutputDevice> PulseAudioSystem::outputDevices() {
 }
 
 std::optional<float> PulseAudioSystem::volume(AudioDeviceID device) {
+    const auto within = budget();
     const auto sink = sinkOf(device);
     if (!sink || sink->volume.channels == 0)
         return std::nullopt;
-    const double level = static_cast<double>(pa_cvolume_max(&sink->volume)) / PA_VOLUME_NORM;
-    return static_cast<float>(std::clamp(level, 0.0, 1.0));
+    // Above 1 where the sink amplifies: shown as it is, never capped.
+    return static_cast<float>(static_cast<double>(pa_cvolume_max(&sink->volume)) / PA_VOLUME_NORM);
 }
 
 bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
+    const auto within = budget();
     const auto sink = sinkOf(device);
     if (!sink)
         return false;
@@ -162,223 +238,60 @@ bool PulseAudioSystem::setVolume(float volume, AudioDeviceID device) {
 }
 
 double PulseAudioSystem::commonSampleRate(const std::vector<AudioDeviceID>& devices) {
-    std::vector<Sink> members;
+    const auto within = budget();
+    std::uint32_t highest = 0;
     for (const auto device : devices)
         if (auto sink = sinkOf(device))
-            members.push_back(std::move(*sink));
-    return highestRate(members);
+            highest = std::max(highest, sink->rate);
+    return highest == 0 ? kFallbackRate : static_cast<double>(highest);
 }
 
 std::optional<AudioDeviceID>
 PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& devices,
                                     const std::string& /*masterUID*/,
-                                    const std::map<std::string, double>& extraLatencyFrames) {
+                                    const std::map<std::string, double>& extraLatencyMs) {
     // Every loopback resamples adaptively to the null sink's clock, so there is no master to
     // pick: each device, the master included, is held to the same timeline.
     if (devices.empty())
         return std::nullopt;
+    const auto within = budget();
     destroyExistingMultiOutput();
-    std::vector<std::string> uids;
+    LoopbackMultiOutput::Recipe recipe{{}, extraLatencyMs};
     for (const auto& device : devices)
-        uids.push_back(device.uid);
-    MultiOutputRecipe recipe{std::move(uids), extraLatencyFrames, kFallbackRate};
-    const auto ownSink = build(recipe);
+        recipe.memberUIDs.push_back(device.uid);
+    const auto ownSink = m_multiOutput.build(recipe);
     if (!ownSink)
         return std::nullopt;
     m_liveMultiOutput = std::move(recipe);
     return m_ids.idFor(ownSink->name, ownSink->index);
 }
 
-std::optional<PulseConnection::Sink> PulseAudioSystem::build(MultiOutputRecipe& recipe) {
-    auto sinks = m_connection.sinks();
-    std::vector<Sink> members;
-    for (const auto& uid : recipe.memberUIDs)
-        if (const auto* sink = findByName(sinks, uid); sink && !isOwnSink(*sink))
-            members.push_back(*sink);
-    if (members.empty()) {
-        reportFailure("finding the devices", PA_ERR_NOENTITY);
-        return std::nullopt;
-    }
-
-    // A server that still remembers Brivello's sink as default would make the new sink default
-    // while streams play, which PulseAudio 16 does not survive: name the real default first.
-    const auto real = realDefault(sinks);
-    if (!real.empty()) {
-        m_connection.setDefaultSink(real);
-        m_realDefault = real;
-    }
-
-    recipe.rate = highestRate(members);
-
-    const std::string nullSinkArgs =
-        "sink_name=" + moduleargs::quote(kSinkName) +
-        " rate=" + std::to_string(static_cast<long>(recipe.rate)) + " sink_properties=" +
-        moduleargs::quoteProperties({{"device.description", kDescription},
-                                     {kMarkerProperty, "multioutput"},
-                                     {kPreviousDefaultProperty, real}});
-    const auto nullSink = m_connection.loadModule("module-null-sink", nullSinkArgs);
-    if (!nullSink) {
-        reportFailure("module-null-sink", m_connection.lastError());
-        return std::nullopt;
-    }
-
-    sinks = m_connection.sinks();
-    auto own = std::find_if(sinks.begin(), sinks.end(),
-                            [&](const Sink& s) { return s.ownerModule == *nullSink; });
-    if (own == sinks.end())
-        own = std::find_if(sinks.begin(), sinks.end(), [](const Sink& s) { return isOwnSink(s); });
-    if (own == sinks.end()) {
-        m_connection.unloadModule(*nullSink);
-        reportFailure("module-null-sink", PA_ERR_NOENTITY);
-        return std::nullopt;
-    }
-    const Sink ownSink = *own;
-
-    for (const auto& member : members) {
-        if (!loadLoopback(recipe, ownSink, member)) {
-            const int error = m_connection.lastError();
-            removeOwnSinks({ownSink});
-            reportFailure("module-loopback", error);
-            return std::nullopt;
-        }
-    }
-    return ownSink;
-}
-
-bool PulseAudioSystem::loadLoopback(const MultiOutputRecipe& recipe, const Sink& ownSink,
-                                    const Sink& member) {
-    double delayMs = 0;
-    if (auto frames = recipe.extraLatencyFrames.find(member.name);
-        frames != recipe.extraLatencyFrames.end() && frames->second >= 1)
-        delayMs = frames->second / recipe.rate * 1000.0;
-    const auto latencyMs = std::lround(kBaseLatencyMs + delayMs);
-    const std::vector<std::pair<std::string, std::string>> marker{{kMarkerProperty, "loopback"}};
-    auto inputProperties = marker;
-    inputProperties.push_back(
-        {"media.name", std::string(kDescription) + " → " +
-                           (member.description.empty() ? member.name : member.description)});
-    const std::string args =
-        "source=" + moduleargs::quote(ownSink.name + ".monitor") +
-        loopbackSinkArgument(member.name) + " latency_msec=" + std::to_string(latencyMs) +
-        " source_dont_move=true sink_dont_move=true" +
-        " sink_input_properties=" + moduleargs::quoteProperties(inputProperties) +
-        " source_output_properties=" + moduleargs::quoteProperties(marker);
-    return m_connection.loadModule("module-loopback", args).has_value();
-}
-
-void PulseAudioSystem::heal() {
-    if (!m_liveMultiOutput || !m_connection.isConnected())
-        return;
-    const auto sinks = m_connection.sinks();
-    const auto own =
-        std::find_if(sinks.begin(), sinks.end(), [](const Sink& s) { return s.name == kSinkName; });
-    if (own == sinks.end()) {
-        // The device died with the server while the controller still holds it: bring it back
-        // under its old name, and so its old id, as the default output.
-        const bool anyMember =
-            std::any_of(m_liveMultiOutput->memberUIDs.begin(), m_liveMultiOutput->memberUIDs.end(),
-                        [&](const std::string& uid) { return findByName(sinks, uid) != nullptr; });
-        if (!anyMember)
-            return; // the server is back, its devices are not yet
-        MultiOutputRecipe recipe = std::move(*m_liveMultiOutput);
-        // Stray loopbacks of a half-built one go first.
-        destroyExistingMultiOutput();
-        if (const auto rebuilt = build(recipe))
-            m_connection.setDefaultSink(rebuilt->name);
-        m_liveMultiOutput = std::move(recipe); // a failed attempt is tried again on the next change
-        return;
-    }
-    // A member that went away lost its loopback with it; now that it is back it plays again,
-    // as it would in a Core Audio aggregate device.
-    const auto modules = m_connection.modules();
-    for (const auto& uid : m_liveMultiOutput->memberUIDs) {
-        const auto* member = findByName(sinks, uid);
-        if (!member)
-            continue;
-        const auto argument = loopbackSinkArgument(uid);
-        const bool playing = std::any_of(modules.begin(), modules.end(), [&](const auto& m) {
-            return m.name == "module-loopback" && mentionsOwnSink(m) &&
-                   m.argument.find(argument + " ") != std::string::npos;
-        });
-        if (!playing)
-            loadLoopback(*m_liveMultiOutput, *own, *member);
-    }
-}
-
-std::string PulseAudioSystem::realDefault(const std::vector<Sink>& sinks) {
-    if (const auto current = m_connection.defaultSinkName())
-        if (const auto* sink = findByName(sinks, *current); sink && !isOwnSink(*sink))
-            return sink->name;
-    if (const auto* remembered = findByName(sinks, m_realDefault))
-        return remembered->name;
-    for (const auto& sink : sinks) {
-        if (!isOwnSink(sink))
-            continue;
-        auto recorded = sink.properties.find(kPreviousDefaultProperty);
-        if (recorded == sink.properties.end())
-            continue;
-        if (const auto* previous = findByName(sinks, recorded->second);
-            previous && !isOwnSink(*previous))
-            return previous->name;
-    }
-    for (const auto& sink : sinks)
-        if (!isOwnSink(sink))
-            return sink.name;
-    return {};
+std::vector<std::string> PulseAudioSystem::multiOutputMembers() {
+    if (!m_liveMultiOutput)
+        return {};
+    const auto within = budget();
+    return m_multiOutput.playingMembers(*m_liveMultiOutput);
 }
 
 void PulseAudioSystem::destroyExistingMultiOutput() {
-    m_liveMultiOutput.reset();
-    std::vector<Sink> own;
-    for (const auto& sink : m_connection.sinks())
-        if (isOwnSink(sink))
-            own.push_back(sink);
-    removeOwnSinks(own);
+    forgetMultiOutput();
+    const auto within = budget();
+    m_multiOutput.removeAll();
 }
 
 void PulseAudioSystem::removeDevice(AudioDeviceID device) {
     const auto name = m_ids.nameOf(device);
-    if (!name || !isOwnName(*name))
+    if (!name || !LoopbackMultiOutput::isOwnName(*name))
         return;
     // Also when it went with a server that is not back yet: it is never to be brought back.
-    m_liveMultiOutput.reset();
+    forgetMultiOutput();
+    const auto within = budget();
     if (const auto sink = m_connection.sink(*name))
-        removeOwnSinks({*sink});
-}
-
-void PulseAudioSystem::removeOwnSinks(const std::vector<Sink>& own) {
-    const auto sinks = m_connection.sinks();
-    const auto real = realDefault(sinks);
-    const auto* realSink = findByName(sinks, real);
-
-    // PulseAudio 16 aborts when a sink that carried a stream for a while is unloaded under it,
-    // and when a remembered default comes back: default and streams leave first.
-    if (realSink) {
-        const auto current = m_connection.defaultSinkName();
-        if (!current || isOwnName(*current) || !findByName(sinks, *current))
-            m_connection.setDefaultSink(real);
-        for (const auto& input : m_connection.sinkInputs()) {
-            const bool onOwn = std::any_of(own.begin(), own.end(),
-                                           [&](const Sink& s) { return s.index == input.sink; });
-            if (onOwn)
-                m_connection.moveSinkInput(input.index, realSink->index);
-        }
-    }
-
-    // Loopbacks first, so none of them is left reading a vanished monitor.
-    const auto modules = m_connection.modules();
-    for (const auto& module : modules)
-        if (module.name == "module-loopback" && mentionsOwnSink(module))
-            m_connection.unloadModule(module.index);
-    for (const auto& module : modules) {
-        const bool owns = std::any_of(own.begin(), own.end(),
-                                      [&](const Sink& s) { return s.ownerModule == module.index; });
-        if (owns || (module.name == "module-null-sink" && mentionsOwnSink(module)))
-            m_connection.unloadModule(module.index);
-    }
+        m_multiOutput.remove({*sink});
 }
 
 AudioDeviceID PulseAudioSystem::defaultOutputDevice() {
+    const auto within = budget();
     const auto name = m_connection.defaultSinkName();
     if (!name)
         return 0;
@@ -387,17 +300,19 @@ AudioDeviceID PulseAudioSystem::defaultOutputDevice() {
 }
 
 std::int32_t PulseAudioSystem::setDefaultOutputDevice(AudioDeviceID device) {
+    const auto within = budget();
     const auto sink = sinkOf(device);
     if (!sink)
         return PA_ERR_NOENTITY;
     if (!m_connection.setDefaultSink(sink->name))
         return m_connection.lastError() != 0 ? m_connection.lastError() : PA_ERR_UNKNOWN;
     if (!isOwnSink(*sink))
-        m_realDefault = sink->name;
+        m_multiOutput.rememberRealDefault(sink->name);
     return 0;
 }
 
 void PulseAudioSystem::unmute(AudioDeviceID device) {
+    const auto within = budget();
     if (const auto sink = sinkOf(device))
         m_connection.setSinkMute(sink->index, false);
 }

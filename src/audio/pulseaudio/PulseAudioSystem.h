@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AudioSystem.h"
+#include "LoopbackMultiOutput.h"
 #include "PulseConnection.h"
 #include "SinkIDs.h"
 
@@ -8,17 +9,18 @@
 #include <QTimer>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 // The audio system on a PulseAudio server or PipeWire's pipewire-pulse, through libpulse.
 //
-// Device ids stay with sink names (see SinkIDs); uids are sink names. The multi-output device is a
-// null sink, and each member device plays its monitor through its own loopback, whose latency
-// carries that device's delay and whose adaptive resampling holds the device to the null sink's
-// clock.
+// Device ids stay with sink names (see SinkIDs); uids are sink names. The multi-output device is
+// a LoopbackMultiOutput.
 //
-// Lives on the main thread, which needs a running Qt event loop: server events and reconnects
-// arrive through it.
+// Lives on the main thread, which needs a running Qt event loop: server events, reconnects and
+// repairs arrive through it. No call waits for the server longer than kActionBudget in all; a
+// server that does not answer in time counts as gone, is connected to again in the background
+// and, once back, finds nothing of Brivello's that the controller no longer holds.
 class PulseAudioSystem : public AudioSystem {
 public:
     // Connects to the server the environment names (the user's own, normally). Without a server
@@ -32,61 +34,67 @@ public:
     double commonSampleRate(const std::vector<AudioDeviceID>& devices) override;
     std::optional<AudioDeviceID>
     createMultiOutput(const std::vector<AudioOutputDevice>& devices, const std::string& masterUID,
-                      const std::map<std::string, double>& extraLatencyFrames) override;
+                      const std::map<std::string, double>& extraLatencyMs) override;
+    std::vector<std::string> multiOutputMembers() override;
     void destroyExistingMultiOutput() override;
     void removeDevice(AudioDeviceID device) override;
     AudioDeviceID defaultOutputDevice() override;
     std::int32_t setDefaultOutputDevice(AudioDeviceID device) override;
     void unmute(AudioDeviceID device) override;
     void setDeviceListListener(std::function<void()> listener) override;
+    void setVolumeListener(std::function<void(AudioDeviceID)> listener) override;
 
     bool isConnected() { return m_connection.isConnected(); }
 
-    // The multi-output device's sink name and description, and the loopback latency that every
-    // device's delay is added to.
-    static constexpr const char* kSinkName = "de.tandrel.brivello.multioutput";
-    static constexpr const char* kDescription = "Brivello Multi-Output";
-    static constexpr double kBaseLatencyMs = 60.0;
-    // Set on the multi-output sink and on every loopback, so leftovers are found by it.
-    static constexpr const char* kMarkerProperty = "de.tandrel.brivello.role";
-    // Set on the multi-output sink: the default it stands in for, so that even the start after a
-    // crash gives the user's own default back rather than whatever sink comes first.
-    static constexpr const char* kPreviousDefaultProperty = "de.tandrel.brivello.previous-default";
+    static constexpr const char* kSinkName = LoopbackMultiOutput::kSinkName;
+    static constexpr const char* kDescription = LoopbackMultiOutput::kDescription;
+    static constexpr const char* kMarkerProperty = LoopbackMultiOutput::kMarkerProperty;
+    // The longest the main thread waits for the server in one call, and in all once the
+    // application is quitting.
+    static constexpr std::chrono::milliseconds kActionBudget{800};
+    static constexpr std::chrono::milliseconds kQuitBudget{1500};
+    // A repair of the multi-output device that failed is tried again after 1 s, then after twice
+    // as long each time, up to the ceiling.
+    static constexpr std::chrono::milliseconds kFirstRetry{1000};
+    static constexpr std::chrono::milliseconds kLongestRetry{32000};
 
-    static bool isOwnSink(const PulseConnection::Sink& sink);
+    static bool isOwnSink(const PulseConnection::Sink& sink) {
+        return LoopbackMultiOutput::isOwnSink(sink);
+    }
 
 private:
-    // What the multi-output device is made of, by sink name, so it can be made again.
-    struct MultiOutputRecipe {
-        std::vector<std::string> memberUIDs;
-        std::map<std::string, double> extraLatencyFrames;
-        double rate; // the null sink's, set when it is built
-    };
-
     std::optional<PulseConnection::Sink> sinkOf(AudioDeviceID device);
-    // Loads the null sink and a loopback per present member; the null sink, absent on failure.
-    std::optional<PulseConnection::Sink> build(MultiOutputRecipe& recipe);
-    bool loadLoopback(const MultiOutputRecipe& recipe, const PulseConnection::Sink& ownSink,
-                      const PulseConnection::Sink& member);
-    // While the controller holds the multi-output device, keeps it whole: after a server restart
-    // it comes back, and a member that returns plays again.
-    void heal();
+    [[nodiscard]] PulseConnection::Budget budget() { return {m_connection, kActionBudget}; }
+
+    // libpulse's thread: hands the event to the main thread.
     void onServerEvent(PulseConnection::Event event);
-    void notifyListener();
+    void onDevicesChanged();
+    void onConnectionLost();
+    void onConnected();
     void tryReconnect();
-    // The real sink the default output belongs on while Brivello's sink comes or goes.
-    std::string realDefault(const std::vector<PulseConnection::Sink>& sinks);
-    // Default back, streams moved off, loopbacks unloaded, then the sinks: never the reverse.
-    void removeOwnSinks(const std::vector<PulseConnection::Sink>& own);
+    // While the controller holds the multi-output device, keeps it whole: after a server restart
+    // it comes back, and a member that returns plays again. A failed repair waits for its retry.
+    void heal();
+    bool repair();
+    void forgetMultiOutput();
+    // Offers every sink whose volume or mute differs from when it was last seen to the volume
+    // listener.
+    void publishVolumeChanges();
 
     std::unique_ptr<QObject> m_mainThread; // receives the hops from libpulse's thread
     QTimer m_reconnectTimer;
+    QTimer m_retryTimer;
+    std::chrono::milliseconds m_retryDelay = kFirstRetry;
     std::function<void()> m_listener;
-    std::atomic<bool> m_changePending{false};
-    std::string m_realDefault; // the default output the multi-output device stands in for
+    std::function<void(AudioDeviceID)> m_volumeListener;
+    std::atomic<bool> m_devicesPending{false};
+    std::atomic<bool> m_volumesPending{false};
     SinkIDs m_ids;
     std::map<std::string, pa_cvolume> m_balances; // per sink name, while its volume is at 0
-    // The multi-output device as last created, while it is meant to exist.
-    std::optional<MultiOutputRecipe> m_liveMultiOutput;
+    // Per sink name: the volume and mute last offered to the volume listener.
+    std::map<std::string, std::pair<pa_volume_t, bool>> m_seenVolumes;
+    // The multi-output device as last created, while the controller holds it.
+    std::optional<LoopbackMultiOutput::Recipe> m_liveMultiOutput;
     PulseConnection m_connection;
+    LoopbackMultiOutput m_multiOutput{m_connection};
 };

@@ -1,7 +1,8 @@
 #include "PulseConnection.h"
 
-#include <pulse/rtclock.h>
+#include "LoopDeadline.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -57,37 +58,6 @@ void finishSuccess(pa_context*, int success, void* request) {
     static_cast<PulseConnection::Request*>(request)->finish(success != 0);
 }
 
-void onTimeout(pa_mainloop_api*, pa_time_event*, const struct timeval*, void* flag) {
-    auto* request = static_cast<PulseConnection::Request*>(flag);
-    request->finish(false);
-}
-
-// Ends a wait on the loop when the server neither answers nor goes away. Lives while the loop's
-// lock is held.
-class Deadline {
-public:
-    Deadline(PulseConnection* connection, pa_context* context, pa_threaded_mainloop* loop,
-             std::chrono::milliseconds after)
-        : m_request{connection}, m_api(pa_threaded_mainloop_get_api(loop)) {
-        const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(after).count();
-        m_timer = pa_context_rttime_new(context, pa_rtclock_now() + static_cast<pa_usec_t>(micros),
-                                        onTimeout, &m_request);
-    }
-    ~Deadline() {
-        if (m_timer)
-            m_api->time_free(m_timer);
-    }
-    Deadline(const Deadline&) = delete;
-    Deadline& operator=(const Deadline&) = delete;
-
-    bool passed() const { return m_request.done; }
-
-private:
-    PulseConnection::Request m_request;
-    pa_mainloop_api* m_api;
-    pa_time_event* m_timer = nullptr;
-};
-
 } // namespace
 
 void PulseConnection::Request::finish(bool success) {
@@ -113,36 +83,69 @@ PulseConnection::~PulseConnection() {
     pa_threaded_mainloop_free(m_loop);
 }
 
+PulseConnection::Budget::Budget(PulseConnection& connection, std::chrono::milliseconds limit)
+    : m_connection(connection), m_outermost(!connection.m_budgetDeadline) {
+    if (m_outermost)
+        m_connection.m_budgetDeadline = Clock::now() + limit;
+}
+
+PulseConnection::Budget::~Budget() {
+    if (m_outermost)
+        m_connection.m_budgetDeadline.reset();
+}
+
+void PulseConnection::limitAllUntil(Clock::time_point deadline) {
+    m_finalDeadline = deadline;
+}
+
+PulseConnection::Clock::time_point PulseConnection::requestDeadline() const {
+    auto deadline = m_budgetDeadline.value_or(Clock::now() + m_timeout);
+    if (m_finalDeadline)
+        deadline = std::min(deadline, *m_finalDeadline);
+    return deadline;
+}
+
 bool PulseConnection::connect(std::chrono::milliseconds timeout) {
     LoopLock lock(m_loop);
+    if (!openContext(false))
+        return false;
+    pa_context_state_t state = pa_context_get_state(m_context);
+    {
+        const LoopDeadline deadline(this, m_context, m_loop, Clock::now() + timeout);
+        while (!deadline.passed() && state != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state)) {
+            pa_threaded_mainloop_wait(m_loop);
+            state = pa_context_get_state(m_context);
+        }
+    }
+    if (state == PA_CONTEXT_READY)
+        return true;
+    if (PA_CONTEXT_IS_GOOD(state)) {
+        // A server that accepted the socket but has not answered yet (a stopped one does that)
+        // is not waited for any longer; it is announced once it answers.
+        m_announceReady = true;
+        return false;
+    }
+    dropContext();
+    return false;
+}
+
+bool PulseConnection::startConnecting() {
+    LoopLock lock(m_loop);
+    return openContext(true);
+}
+
+bool PulseConnection::openContext(bool announceReady) {
     dropContext();
     m_context = pa_context_new(pa_threaded_mainloop_get_api(m_loop), "Brivello");
     if (!m_context)
         return false;
+    m_announceReady = announceReady;
     pa_context_set_state_callback(m_context, &PulseConnection::onState, this);
     pa_context_set_subscribe_callback(m_context, &PulseConnection::onSubscription, this);
     if (pa_context_connect(m_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
         dropContext();
         return false;
     }
-
-    pa_context_state_t state = pa_context_get_state(m_context);
-    {
-        const Deadline deadline(this, m_context, m_loop, timeout);
-        while (!deadline.passed() && state != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state)) {
-            pa_threaded_mainloop_wait(m_loop);
-            state = pa_context_get_state(m_context);
-        }
-    }
-    if (state != PA_CONTEXT_READY) {
-        dropContext();
-        return false;
-    }
-    m_wasReady = true;
-    const auto mask = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK |
-                                                          PA_SUBSCRIPTION_MASK_SERVER);
-    if (auto* op = pa_context_subscribe(m_context, mask, nullptr, nullptr))
-        pa_operation_unref(op);
     return true;
 }
 
@@ -156,6 +159,14 @@ bool PulseConnection::isConnected() {
     return m_context && pa_context_get_state(m_context) == PA_CONTEXT_READY;
 }
 
+bool PulseConnection::isConnecting() {
+    LoopLock lock(m_loop);
+    if (!m_context)
+        return false;
+    const auto state = pa_context_get_state(m_context);
+    return PA_CONTEXT_IS_GOOD(state) && state != PA_CONTEXT_READY;
+}
+
 void PulseConnection::dropContext() {
     if (!m_context)
         return;
@@ -167,38 +178,67 @@ void PulseConnection::dropContext() {
     m_context = nullptr;
 }
 
+void PulseConnection::loseConnection() {
+    dropContext();
+    m_onEvent(Event::lost);
+}
+
 void PulseConnection::onState(pa_context* context, void* self) {
     auto* connection = static_cast<PulseConnection*>(self);
     const auto state = pa_context_get_state(context);
-    if (!PA_CONTEXT_IS_GOOD(state) && connection->m_wasReady) {
+    if (state == PA_CONTEXT_READY) {
+        connection->m_wasReady = true;
+        const auto mask = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK |
+                                                              PA_SUBSCRIPTION_MASK_SERVER);
+        if (auto* op = pa_context_subscribe(context, mask, nullptr, nullptr))
+            pa_operation_unref(op);
+        if (connection->m_announceReady)
+            connection->m_onEvent(Event::connected);
+    } else if (!PA_CONTEXT_IS_GOOD(state) && connection->m_wasReady) {
         connection->m_wasReady = false;
         connection->m_onEvent(Event::lost);
     }
     pa_threaded_mainloop_signal(connection->m_loop, 0);
 }
 
-void PulseConnection::onSubscription(pa_context*, pa_subscription_event_type_t, std::uint32_t,
+void PulseConnection::onSubscription(pa_context*, pa_subscription_event_type_t type, std::uint32_t,
                                      void* self) {
-    static_cast<PulseConnection*>(self)->m_onEvent(Event::changed);
+    const auto facility = type & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    const auto kind = type & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
+    const bool sinkChanged =
+        facility == PA_SUBSCRIPTION_EVENT_SINK && kind == PA_SUBSCRIPTION_EVENT_CHANGE;
+    static_cast<PulseConnection*>(self)->m_onEvent(sinkChanged ? Event::volumes : Event::devices);
 }
 
 template <class Issue> bool PulseConnection::await(Request& request, Issue issue) {
     if (!m_context || pa_context_get_state(m_context) != PA_CONTEXT_READY)
         return false;
+    const auto deadline = requestDeadline();
+    if (Clock::now() >= deadline) {
+        loseConnection();
+        return false;
+    }
     request.connection = this;
     pa_operation* op = issue();
     if (!op)
         return false;
+    bool timedOut = false;
     {
-        const Deadline deadline(this, m_context, m_loop, m_timeout);
-        while (!request.done && !deadline.passed() &&
-               pa_context_get_state(m_context) == PA_CONTEXT_READY)
+        const LoopDeadline timer(this, m_context, m_loop, deadline);
+        while (!request.done && pa_context_get_state(m_context) == PA_CONTEXT_READY) {
+            if (timer.passed()) {
+                timedOut = true;
+                break;
+            }
             pa_threaded_mainloop_wait(m_loop);
+        }
     }
     // A cancelled operation never calls back, so `request` may go out of scope afterwards.
     if (!request.done)
         pa_operation_cancel(op);
     pa_operation_unref(op);
+    if (timedOut)
+        loseConnection();
     return request.done && request.ok;
 }
 
@@ -323,7 +363,7 @@ std::vector<PulseConnection::SinkInput> PulseConnection::sinkInputs() {
         if (eol != 0)
             a->finish(eol > 0);
         else if (info)
-            a->result.push_back({info->index, info->sink});
+            a->result.push_back({info->index, info->sink, info->owner_module});
     };
     if (!await(answer,
                [&] { return pa_context_get_sink_input_info_list(m_context, onInput, &answer); }))

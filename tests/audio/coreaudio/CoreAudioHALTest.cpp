@@ -88,6 +88,7 @@ TEST(CoreAudioHAL, ARangeStandsForItsEndsAndTheStandardRatesWithinAndNothingShar
     EXPECT_EQ(CoreAudioHAL::commonSampleRate(audio, {mixed, only48, only96}), 44100);
 }
 
+// Delays are milliseconds; Core Audio takes whole frames at the rate the devices share.
 TEST(CoreAudioHAL, TheMultiOutputStacksTheDevicesAtTheCommonRateWithRoundedLatenciesOrSaysWhyNot) {
     CoreAudioStandIn audio;
     std::vector<AudioOutputDevice> devices;
@@ -95,7 +96,7 @@ TEST(CoreAudioHAL, TheMultiOutputStacksTheDevicesAtTheCommonRateWithRoundedLaten
         devices.push_back({audio.plug({.uid = uid, .rateRanges = {{48000, 48000}}}), uid, uid});
 
     const auto created = CoreAudioHAL::createMultiOutput(
-        audio, devices, "speakers", {{"speakers", 0.6}, {"headset", 1.0}, {"tv", 2.5}});
+        audio, devices, "speakers", {{"speakers", 0.0125}, {"headset", 0.03125}, {"tv", 12.5}});
 
     ASSERT_TRUE(created.has_value());
     ASSERT_EQ(audio.creations().size(), 1u);
@@ -103,7 +104,7 @@ TEST(CoreAudioHAL, TheMultiOutputStacksTheDevicesAtTheCommonRateWithRoundedLaten
         describe(audio.creations()[0]),
         R"({name: "Brivello Multi-Output", uid: "de.tandrel.brivello.multioutput", )"
         R"(subdevices: [{uid: "speakers", drift: 0}, )"
-        R"({uid: "headset", drift: 1, latency-out: 1}, {uid: "tv", drift: 1, latency-out: 3}], )"
+        R"({uid: "headset", drift: 1, latency-out: 2}, {uid: "tv", drift: 1, latency-out: 600}], )"
         R"(master: "speakers", stacked: 1, private: 0})");
     // Every subdevice and the new device run at the rate they share.
     for (const auto id : {devices[0].id, devices[1].id, devices[2].id, *created})

@@ -50,15 +50,32 @@ ObjectID CoreAudioStandIn::plug(const Device& device, ObjectID id) {
     setValue(id, global(kAudioDevicePropertyNominalSampleRate), 44100.0, true);
     m_devices.push_back(id);
     setArray(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices), m_devices);
+    updateActiveSubdevices();
     notifyDeviceListChanged();
     return id;
 }
 
 void CoreAudioStandIn::unplug(ObjectID device) {
     m_objects.erase(device);
+    std::erase_if(m_listeners,
+                  [device](const auto& entry) { return std::get<0>(entry) == device; });
+    m_subdeviceUIDs.erase(device);
     std::erase(m_devices, device);
     setArray(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices), m_devices);
+    updateActiveSubdevices();
     notifyDeviceListChanged();
+}
+
+void CoreAudioStandIn::updateActiveSubdevices() {
+    for (const auto& [aggregate, uids] : m_subdeviceUIDs) {
+        std::vector<ObjectID> active;
+        for (const auto& uid : uids)
+            for (ObjectID device : m_devices)
+                if (m_objects[device][global(kAudioDevicePropertyDeviceUID)].value ==
+                    Property{StringReference(uid)}.value)
+                    active.push_back(device);
+        setArray(aggregate, global(kAudioAggregateDevicePropertyActiveSubDeviceList), active);
+    }
 }
 
 ObjectID CoreAudioStandIn::defaultOutput() const {
@@ -73,19 +90,30 @@ void CoreAudioStandIn::setDefaultOutput(ObjectID device) {
 }
 
 void CoreAudioStandIn::notifyDeviceListChanged() {
-    const auto address = global(kAudioHardwarePropertyDevices);
+    notify(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices));
+}
+
+void CoreAudioStandIn::notify(ObjectID object, const PropertyAddress& address) {
     auto* app = QCoreApplication::instance();
-    for (const auto& [object, listened, listener] : m_listeners)
-        if (app && object == kAudioObjectSystemObject && listened == address)
+    for (const auto& [listenedObject, listened, listener] : m_listeners)
+        if (app && listenedObject == object && listened == address)
             QMetaObject::invokeMethod(
                 app, [listener = listener, address] { listener(1, &address); },
                 Qt::QueuedConnection);
+}
+
+std::size_t CoreAudioStandIn::listenerCount(ObjectID object, const PropertyAddress& address) const {
+    return std::count_if(m_listeners.begin(), m_listeners.end(), [&](const auto& entry) {
+        return std::get<0>(entry) == object && std::get<1>(entry) == address;
+    });
 }
 
 std::optional<Status> CoreAudioStandIn::enter(Call call, ObjectID object,
                                               const PropertyAddress* address) {
     if (auto pending = m_pending.extract(call))
         pending.mapped()();
+    if (auto next = m_nextStatus.extract(call))
+        return next.mapped();
     for (auto rule = m_failures.rbegin(); rule != m_failures.rend(); ++rule)
         if (auto& [kind, status, one, property] = *rule;
             kind == call && (!one || one == object) &&
@@ -157,7 +185,11 @@ Status CoreAudioStandIn::setPropertyData(ObjectID object, const PropertyAddress&
         return kAudioHardwareUnsupportedOperationError;
     if (dataSize != current->size())
         return kAudioHardwareBadPropertySizeError;
-    *current = bytes(data, dataSize);
+    const auto written = bytes(data, dataSize);
+    if (*current != written) {
+        *current = written;
+        notify(object, address);
+    }
     return kAudioHardwareNoError;
 }
 
@@ -191,6 +223,12 @@ Status CoreAudioStandIn::createAggregateDevice(const DescriptionDictionary& desc
             return kAudioHardwareIllegalOperationError;
     outDeviceID =
         plug({uidText, std::get<std::string>(name->value), kAudioDeviceTransportTypeAggregate});
+    auto& subdevices = m_subdeviceUIDs[outDeviceID];
+    if (const auto* list = coreaudio::find(description, "subdevices"))
+        for (const auto& subdevice : std::get<DescriptionArray>(list->value))
+            subdevices.push_back(std::get<std::string>(
+                coreaudio::find(std::get<DescriptionDictionary>(subdevice.value), "uid")->value));
+    updateActiveSubdevices();
     return kAudioHardwareNoError;
 }
 
@@ -228,4 +266,14 @@ std::string describe(const DescriptionValue& value) {
         for (const auto& [key, entry] : std::get<DescriptionDictionary>(value.value))
             inner += (inner.empty() ? "" : ", ") + key + ": " + describe(entry);
     return array ? '[' + inner + ']' : '{' + inner + '}';
+}
+
+Status CoreAudioStandIn::removePropertyListenerBlocks(ObjectID object,
+                                                      const PropertyAddress& address) {
+    if (auto forced = enter(Call::unlisten, object, &address))
+        return *forced;
+    const auto removed = std::erase_if(m_listeners, [&](const auto& entry) {
+        return std::get<0>(entry) == object && std::get<1>(entry) == address;
+    });
+    return removed > 0 ? kAudioHardwareNoError : kAudioHardwareBadObjectError;
 }

@@ -11,10 +11,12 @@
 // Core Audio's property world in memory: audio objects whose properties are addressed by
 // selector, scope and element and answer with Core Audio's data sizes and statuses. Tests shape
 // the devices, force statuses and read back every write, creation and removal. Listeners are
-// called as Core Audio's main queue calls them: later, from the running Qt event loop.
+// called as Core Audio's main queue calls them: later, from the running Qt event loop, after the
+// device list changed or a write changed a property's value; a device that goes takes its
+// listeners with it.
 class CoreAudioStandIn : public CoreAudioApi {
 public:
-    enum class Call { size, get, getString, set, settable, create, destroy, listen };
+    enum class Call { size, get, getString, set, settable, create, destroy, listen, unlisten };
 
     struct Volume {
         float value = 1;
@@ -51,6 +53,9 @@ public:
     ObjectID defaultOutput() const;
     void setDefaultOutput(ObjectID device);
     void notifyDeviceListChanged();
+    // Calls the listeners of this property, as Core Audio does after a change.
+    void notify(ObjectID object, const PropertyAddress& address);
+    std::size_t listenerCount(ObjectID object, const PropertyAddress& address) const;
 
     template <typename T>
     void setValue(ObjectID object, const PropertyAddress& address, const T& value,
@@ -77,6 +82,8 @@ public:
         m_failures.emplace_back(call, status, object, address);
     }
     void clearFailures() { m_failures.clear(); }
+    // Forces `status` on the next call of that kind only.
+    void failNext(Call call, Status status) { m_nextStatus[call] = status; }
     // Runs `action` at the start of the next call of that kind: a change between two calls.
     void beforeNextCall(Call call, const std::function<void()>& action) {
         m_pending[call] = action;
@@ -107,6 +114,7 @@ public:
     Status destroyAggregateDevice(ObjectID device) override;
     Status addPropertyListenerBlock(ObjectID object, const PropertyAddress& address,
                                     PropertyListener listener) override;
+    Status removePropertyListenerBlocks(ObjectID object, const PropertyAddress& address) override;
 
 private:
     using Bytes = std::vector<std::byte>;
@@ -122,6 +130,8 @@ private:
     void setArray(ObjectID object, const PropertyAddress& address, const std::vector<T>& values) {
         m_objects[object][address] = {bytes(values.data(), values.size() * sizeof(T)), sizeof(T)};
     }
+    // Each aggregate's active subdevices: those of its subdevice UIDs that are plugged in.
+    void updateActiveSubdevices();
     // Runs a pending beforeNextCall action; a forced status, if any.
     std::optional<Status> enter(Call call, ObjectID object, const PropertyAddress* address);
     // Sets `property` when the call reaches it; else the status Core Audio gives.
@@ -129,9 +139,11 @@ private:
 
     std::map<ObjectID, std::map<PropertyAddress, Property>> m_objects;
     std::vector<ObjectID> m_devices;
+    std::map<ObjectID, std::vector<std::string>> m_subdeviceUIDs; // by aggregate
     ObjectID m_nextID = 100;
     std::vector<std::tuple<Call, Status, ObjectID, std::optional<PropertyAddress>>> m_failures;
     std::map<Call, std::function<void()>> m_pending;
+    std::map<Call, Status> m_nextStatus;
     std::vector<Write> m_writes;
     std::vector<coreaudio::DescriptionDictionary> m_creations;
     std::vector<ObjectID> m_removals;

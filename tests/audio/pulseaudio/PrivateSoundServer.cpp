@@ -1,7 +1,10 @@
 #include "PrivateSoundServer.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QProcess>
+
+#include <csignal>
 
 #include <utility>
 
@@ -54,4 +57,24 @@ int PrivateSoundServer::loadSink(const std::string& name, const std::string& des
 int PrivateSoundServer::loadModule(const QStringList& arguments) {
     const auto index = pactl(QStringList{"load-module"} + arguments);
     return index.isEmpty() ? -1 : index.trimmed().toInt();
+}
+
+namespace {
+
+bool signalServer(const QString& directory, int signal) {
+    QFile file(directory + "/pid");
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const auto pid = QString::fromUtf8(file.readAll()).trimmed().toInt();
+    return pid > 0 && ::kill(pid, signal) == 0;
+}
+
+} // namespace
+
+bool PrivateSoundServer::pause() {
+    return signalServer(m_dir.path(), SIGSTOP);
+}
+
+bool PrivateSoundServer::resume() {
+    return signalServer(m_dir.path(), SIGCONT);
 }

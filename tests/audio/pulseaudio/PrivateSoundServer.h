@@ -35,6 +35,9 @@ public:
                  const std::string& extraProperties = {});
 
     QString directory() const { return m_dir.path(); }
+    // Stops and continues the process clients talk to (SIGSTOP, SIGCONT): a server that hangs.
+    bool pause();
+    bool resume();
 
 private:
     QTemporaryDir m_dir;

@@ -1,87 +1,11 @@
-#include "MultiOutputController.h"
-#include "PrivateSoundServer.h"
-#include "PulseAudioSystem.h"
+#include "PulseMultiOutput.h"
 #include "SoundProbe.h"
-
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <csignal>
-#include <functional>
-#include <memory>
+#include <cmath>
 
 namespace {
-
-constexpr auto kSinkName = PulseAudioSystem::kSinkName;
-
-// Runs the Qt event loop, where the backend hands over server events, until `done` holds or
-// `milliseconds` have passed; whether it held.
-bool waitUntil(const std::function<bool()>& done, int milliseconds) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < milliseconds) {
-        QCoreApplication::processEvents();
-        QThread::msleep(10);
-    }
-    return done();
-}
-
-void sleepMs(int milliseconds) {
-    waitUntil([] { return false; }, milliseconds);
-}
-
-// Brivello's controller on a private server with the four typed devices.
-class PulseMultiOutput : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(server.start()); }
-
-    // Brivello starting, these devices ticked.
-    void startBrivello(std::initializer_list<const char*> uids = {}) {
-        audio = std::make_unique<PulseAudioSystem>();
-        controller = std::make_unique<MultiOutputController>(*audio);
-        for (const char* uid : uids)
-            controller->toggle(device(uid).id);
-    }
-
-    // The controller's device with that UID; id 0 when there is none.
-    AudioOutputDevice device(const std::string& uid) {
-        const auto& all = controller->devices();
-        const auto it =
-            std::find_if(all.begin(), all.end(), [&](const auto& d) { return d.uid == uid; });
-        return it == all.end() ? AudioOutputDevice{} : *it;
-    }
-
-    int loopbacks() {
-        return static_cast<int>(server.list("modules").filter("module-loopback").size());
-    }
-
-    // Brivello's modules and sinks, including the NAME.2 a server makes of a clashing name.
-    bool leftovers() {
-        const auto all = (server.list("modules") + server.list("sinks")).join('\n');
-        return all.contains(kSinkName) || all.contains(PulseAudioSystem::kMarkerProperty);
-    }
-
-    // The sink a player's stream is on. Loopbacks are no players: they belong to a module, not to
-    // a client ("-" in the client column, on both servers).
-    std::string sinkOfStream() {
-        for (const auto& input : server.list("sink-inputs"))
-            for (const auto& sink : server.list("sinks"))
-                if (input.section('\t', 2, 2) != "-" &&
-                    sink.section('\t', 0, 0) == input.section('\t', 1, 1))
-                    return sink.section('\t', 1, 1).toStdString();
-        return {};
-    }
-
-    PrivateSoundServer server;
-    std::unique_ptr<PulseAudioSystem> audio;
-    std::unique_ptr<MultiOutputController> controller;
-};
-
-using PulseServerLifecycle = PulseMultiOutput;
 
 TEST_F(PulseMultiOutput, PlaysOnTheSelectedDevicesAndPutsEverythingBackAfterwards) {
     server.pactl({"set-default-sink", "builtin_speakers"});
@@ -106,6 +30,16 @@ TEST_F(PulseMultiOutput, PlaysOnTheSelectedDevicesAndPutsEverythingBackAfterward
 
     controller->deactivate();
     EXPECT_EQ(server.defaultSink(), "builtin_speakers");
+    EXPECT_FALSE(leftovers());
+
+    // An output the user picks while Brivello plays is theirs to keep.
+    controller->activate();
+    server.pactl({"set-default-sink", "hdmi_monitor"});
+    // PipeWire's session manager applies the choice a moment later.
+    ASSERT_TRUE(
+        waitUntil([&] { return audio->defaultOutputDevice() == device("hdmi_monitor").id; }, 1000));
+    controller->deactivate();
+    EXPECT_EQ(server.defaultSink(), "hdmi_monitor");
     EXPECT_FALSE(leftovers());
 }
 
@@ -141,15 +75,30 @@ TEST_F(PulseMultiOutput, ACommittedDelayMovesThatDeviceLaterByItsMilliseconds) {
     const auto farOnset = onsetSeconds(both.channel(2));
     ASSERT_TRUE(nearOnset && farOnset);
     EXPECT_NEAR((*farOnset - *nearOnset) * 1000.0, 180.0, 5.0);
+
+    // Beyond what the server's loopbacks take (30 s): refused, and the sound goes on as it was.
+    controller->setDelay(device("far").id, 60000);
+    controller->commitDelays();
+    EXPECT_TRUE(controller->isActive());
+    EXPECT_EQ(controller->delaysMs().at(device("far").id), 180);
+    EXPECT_EQ(loopbacks(), 2);
+    EXPECT_EQ(server.defaultSink(), kSinkName);
 }
 
-// Descriptions end up in the loopbacks' arguments; none may break or add an argument.
+// Descriptions end up in the loopbacks' arguments; none may break or add an argument. Sink names
+// with quotes or backslashes (PipeWire allows them, PulseAudio replaces them) play as well.
 TEST_F(PulseMultiOutput, DevicesNamedLikeArgumentsWorkAsAnyOther) {
     ASSERT_GE(server.loadModule({"module-null-sink", "sink_name=tricky",
                                  "sink_properties='device.description=\"Wohnzimmer \\\"Süd\\\" a=b "
                                  "\\'x\\' \\\\ sink_name=evil ♫\" device.class=\"sound\"'"}),
               0);
-    startBrivello({"tricky", "usb_dac"});
+    ASSERT_GE(server.loadModule({"module-null-sink", "sink_name=\"quote'it\\now\"",
+                                 "sink_properties=device.class=sound"}),
+              0);
+    const auto quoted = server.list("sinks").filter("quote");
+    ASSERT_EQ(quoted.size(), 1);
+    const auto quotedName = quoted.first().section('\t', 1, 1).toStdString();
+    startBrivello({"tricky", "usb_dac", quotedName.c_str()});
     // PipeWire 0.3.65 skips escaped characters in module arguments but keeps their backslashes,
     // so there the server's own description, and the device's name, has them.
     EXPECT_EQ(device("tricky").name,
@@ -158,7 +107,11 @@ TEST_F(PulseMultiOutput, DevicesNamedLikeArgumentsWorkAsAnyOther) {
                   : "Wohnzimmer \"Süd\" a=b 'x' \\ sink_name=evil ♫");
     controller->activate();
     ASSERT_TRUE(controller->isActive());
-    EXPECT_EQ(loopbacks(), 2);
+    sleepMs(200); // PipeWire dropped a loopback it could not link a moment after loading it
+    EXPECT_EQ(loopbacks(), 3);
+    auto members = audio->multiOutputMembers();
+    std::sort(members.begin(), members.end());
+    EXPECT_EQ(members, (std::vector<std::string>{quotedName, "tricky", "usb_dac"}));
     EXPECT_FALSE(server.pactl({"list", "sinks"}).contains("Name: evil"));
     const auto inputs = server.pactl({"list", "sink-inputs"});
     EXPECT_TRUE(inputs.contains("Süd") && inputs.contains("sink_name=evil ♫"));
@@ -166,15 +119,41 @@ TEST_F(PulseMultiOutput, DevicesNamedLikeArgumentsWorkAsAnyOther) {
     EXPECT_FALSE(leftovers());
 }
 
-// The loudest channel is the volume; writing it keeps the balance, even on the way back from 0.
-TEST_F(PulseMultiOutput, VolumeIsTheServersOnAScaleFromZeroToOne) {
+// The loudest channel is the volume, above 1 where the server amplifies; writing it keeps the
+// balance, even on the way back from 0. What other mixers do reaches the controller.
+TEST_F(PulseMultiOutput, VolumeIsTheServersAndFollowsChangesMadeElsewhere) {
     startBrivello();
     const auto usb = device("usb_dac").id;
+    auto shown = [&] { return controller->volumes().at(usb); };
+    // PipeWire applies a volume a moment after pactl returns.
+    auto reads = [&](float level) {
+        return waitUntil([&] { return std::abs(audio->volume(usb).value_or(-1) - level) < 0.01f; },
+                         1000);
+    };
     server.pactl({"set-sink-volume", "usb_dac", "40%", "80%"});
-    EXPECT_NEAR(audio->volume(usb).value_or(-1), 0.8f, 0.01f);
+    EXPECT_TRUE(reads(0.8f));
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 0.8f) < 0.01f; }, 1000)) << shown();
     EXPECT_TRUE(audio->setVolume(0.0f, usb) && audio->setVolume(0.4f, usb));
-    EXPECT_TRUE(server.pactl({"get-sink-volume", "usb_dac"}).contains("20%") &&
-                server.pactl({"get-sink-volume", "usb_dac"}).contains("40%"));
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const auto channels = server.pactl({"get-sink-volume", "usb_dac"});
+            return channels.contains("20%") && channels.contains("40%");
+        },
+        1000));
+
+    server.pactl({"set-sink-volume", "usb_dac", "130%"});
+    EXPECT_TRUE(reads(1.3f));
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 1.3f) < 0.01f; }, 1000)) << shown();
+    // A device that comes back shows the volume it comes back with: 100 % on PulseAudio here,
+    // the one it left with where the session manager restores it (PipeWire's).
+    const auto module =
+        server.list("modules").filter("sink_name=usb_dac").first().section('\t', 0, 0);
+    server.pactl({"unload-module", module});
+    ASSERT_GE(server.loadSink("usb_dac", "USB-Audio", "device.bus=usb"), 0);
+    EXPECT_TRUE(waitUntil(
+        [&] { return std::abs(shown() - audio->volume(usb).value_or(-1)) < 0.01f; }, 1000))
+        << shown();
+
     // Devices that are gone fail as values, never as crashes.
     EXPECT_FALSE(audio->volume(9999));
     EXPECT_FALSE(audio->setVolume(0.5f, 9999));
@@ -193,114 +172,24 @@ TEST_F(PulseMultiOutput, DevicesComingAndGoingWhileActiveAreSeenWithinASecond) {
     EXPECT_TRUE(waitUntil([&] { return device("late_usb").id == 0; }, 1000));
     EXPECT_TRUE(controller->isActive());
     EXPECT_EQ(server.defaultSink(), kSinkName);
-}
 
-TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDeviceBack) {
-    const std::string userDefault = server.defaultSink();
-    startBrivello({"usb_dac", "bt_speaker"});
-    const auto before = controller->devices();
-    controller->activate();
-    ASSERT_TRUE(controller->isActive());
-
-    server.stop();
-    EXPECT_TRUE(waitUntil([&] { return controller->devices().empty(); }, 3000));
-    // A device plugged in first on the new server takes the index another device had before.
-    ASSERT_TRUE(server.start(false));
-    ASSERT_GE(server.loadSink("newcomer", "Neuling", "device.bus=usb"), 0);
-    for (const char* name : {"bt_speaker", "usb_dac", "builtin_speakers", "hdmi_monitor"})
-        ASSERT_GE(server.loadSink(name, name), 0);
-    ASSERT_TRUE(waitUntil([&] { return controller->devices().size() == 5; }, 3000));
-
-    // Same devices, same ids: the user's selection and delays still mean the same speakers.
-    for (const auto& d : before) {
-        EXPECT_EQ(device(d.uid).id, d.id) << d.uid;
-        EXPECT_NE(device("newcomer").id, d.id) << "the newcomer gets an id of its own";
-    }
-    EXPECT_TRUE(controller->isActive());
-    EXPECT_EQ(server.defaultSink(), kSinkName);
+    // The Bluetooth speaker drops out and reconnects: ticked and playing again, also after the
+    // next delay commit.
+    const auto bt =
+        server.list("modules").filter("sink_name=bt_speaker").first().section('\t', 0, 0);
+    server.pactl({"unload-module", bt});
+    ASSERT_TRUE(waitUntil([&] { return device("bt_speaker").id == 0; }, 1000));
+    EXPECT_EQ(controller->selected().size(), 1u);
+    ASSERT_GE(server.loadSink("bt_speaker", "Bluetooth-Lautsprecher",
+                              "device.bus=bluetooth device.api=bluez"),
+              0);
+    EXPECT_TRUE(
+        waitUntil([&] { return controller->selected().contains(device("bt_speaker").id); }, 1000));
+    EXPECT_TRUE(waitUntil([&] { return loopbacks() == 2; }, 1000));
+    controller->commitDelays();
+    EXPECT_EQ(controller->selected().size(), 2u);
     EXPECT_EQ(loopbacks(), 2);
-
-    controller->deactivate();
-    EXPECT_EQ(server.defaultSink(), userDefault);
-    EXPECT_FALSE(leftovers());
-}
-
-TEST_F(PulseServerLifecycle, AKilledRunLeavesNothingBehindOnceBrivelloStartsAgain) {
-    // The user's default is not the first sink, so a fallback would not find it by chance.
-    server.pactl({"set-default-sink", "hdmi_monitor"});
-    QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), {"--activate", "usb_dac", "bt_speaker"});
-    ASSERT_TRUE(
-        waitUntil([&] { return server.defaultSink() == kSinkName && loopbacks() == 2; }, 10000));
-    ::kill(static_cast<pid_t>(child.processId()), SIGKILL);
-    child.waitForFinished(3000);
-
-    // Even a second, clashing sink and its loopback are found.
-    const QString clash = QString(kSinkName) + ".2";
-    ASSERT_GE(server.loadModule({"module-null-sink", "sink_name=" + clash}), 0);
-    ASSERT_GE(
-        server.loadModule({"module-loopback", "source=" + clash + ".monitor", "sink=hdmi_monitor"}),
-        0);
-
-    startBrivello();
-    EXPECT_FALSE(leftovers());
-    EXPECT_EQ(controller->devices().size(), 4u);
-    EXPECT_EQ(server.defaultSink(), "hdmi_monitor") << "the user's default comes back";
-}
-
-// PulseAudio 16.1 aborted (a) when a combined sink was re-created under a name it still
-// remembered as default while a stream played, (b) when a combined sink that had carried a
-// stream for 12 s or more was unloaded. Both reproduced with module-combine-sink only: these
-// guard the orders the backend uses (default set explicitly before creating; to remove, default
-// back, streams moved, then unloaded) and that the music survives them.
-TEST_F(PulseServerLifecycle, StreamsOutliveRebuildsAndALongRunOnTheMultiOutputDevice) {
-    startBrivello({"usb_dac", "bt_speaker"});
-    QProcess player;
-    startTone(player, 0, 4);
-    sleepMs(300);
-    const auto before = sinkOfStream();
-    ASSERT_FALSE(before.empty());
-    for (int round = 0; round < 3; ++round) {
-        controller->activate();
-        sleepMs(300);
-        controller->setDelay(device("usb_dac").id, 40.0 * round);
-        controller->commitDelays();
-        sleepMs(300);
-        // The music follows the rebuilt device instead of staying behind on a real one.
-        EXPECT_EQ(sinkOfStream(), kSinkName) << "round " << round;
-        controller->deactivate();
-        EXPECT_EQ(sinkOfStream(), before) << "round " << round;
-    }
-    EXPECT_TRUE(player.waitForFinished(5000) && player.exitCode() == 0) << "played to its end";
-
-    // Pinned to Brivello's sink, a stream does not follow the default back by itself.
-    controller->activate();
-    startTone(player, 0, 30, kSinkName);
-    sleepMs(13000);
-    ASSERT_EQ(sinkOfStream(), kSinkName);
-    controller->deactivate();
-    sleepMs(300);
-    // It was moved, not killed: it goes on playing on a real device.
-    EXPECT_EQ(player.state(), QProcess::Running) << "the server and the player are still up";
-    EXPECT_NE(sinkOfStream(), "");
-    EXPECT_NE(sinkOfStream(), kSinkName);
-    EXPECT_FALSE(leftovers());
+    EXPECT_EQ(controller->statusMessage(), QString::fromUtf8("Aktiv – Ton spielt auf 2 Geräten."));
 }
 
 } // namespace
-
-int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    // The run a test kills: Brivello, active on the devices named after --activate.
-    if (argc > 1 && qstrcmp(argv[1], "--activate") == 0) {
-        PulseAudioSystem audio;
-        MultiOutputController controller(audio);
-        for (const auto& device : controller.devices())
-            if (std::find(argv + 2, argv + argc, device.uid) != argv + argc)
-                controller.toggle(device.id);
-        controller.activate();
-        return app.exec();
-    }
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}
