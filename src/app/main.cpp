@@ -9,6 +9,7 @@
 #include "SymbolImageProvider.h"
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
+#include "ToneGenerator.h"
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
@@ -21,8 +22,11 @@
 #include "CarbonHotKeyBackend.h"
 #include "CoreAudioApiMac.h"
 #include "CoreAudioSystem.h"
+#include "CoreAudioToneOutput.h"
 #else
 #include "PulseAudioSystem.h"
+#include "PulseLevelSource.h"
+#include "PulseToneOutput.h"
 #include "X11HotKeyBackend.h"
 #endif
 
@@ -42,26 +46,35 @@ int main(int argc, char** argv) {
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     TerminationSignals stopSignals;
 
+    // The platform's choices: its sound system and hot keys, where the test tone plays, and
+    // whether the meters measure (Linux) or move with the clock, scaled by the volume (macOS).
 #ifdef __APPLE__
     CoreAudioApiMac coreAudio;
     CoreAudioSystem audio(coreAudio);
     HotKeyCenter::shared().setBackend(std::make_unique<CarbonHotKeyBackend>());
+    CoreAudioToneOutput toneOutput;
+    LevelSource* levels = nullptr;
 #else
     PulseAudioSystem audio;
     HotKeyCenter::shared().setBackend(std::make_unique<X11HotKeyBackend>());
+    PulseToneOutput toneOutput(audio.connection());
+    PulseLevelSource pulseLevels(audio.connection());
+    LevelSource* levels = &pulseLevels;
 #endif
 
     AppModel model(audio);
     SystemColorScheme systemScheme;
     AppearanceSetting appearance(systemScheme);
-    DeviceListModel devices(model.controller());
+    DeviceListModel devices(model.controller(), levels);
+    ToneGenerator tone(toneOutput);
     MultiOutputStatus status(model.controller());
 
     QQmlApplicationEngine engine;
     engine.addImageProvider(QLatin1String(SymbolImageProvider::name), new SymbolImageProvider);
     engine.setInitialProperties({{QStringLiteral("devices"), QVariant::fromValue(&devices)},
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
-                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)}});
+                                 {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
+                                 {QStringLiteral("tone"), QVariant::fromValue(&tone)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;

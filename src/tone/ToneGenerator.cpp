@@ -3,9 +3,18 @@
 #include <cstdio>
 
 ToneGenerator::ToneGenerator(ToneOutput& output, QObject* parent)
-    : QObject(parent), m_output(output) {}
+    : QObject(parent), m_output(output) {
+    // The button shows "Testton" again, and the next press starts a new tone.
+    m_output.setEndedHandler([this] {
+        if (m_isPlaying) {
+            m_output.stop();
+            setPlaying(false);
+        }
+    });
+}
 
 ToneGenerator::~ToneGenerator() {
+    m_output.setEndedHandler({});
     // Nothing may keep sounding once the window that started it is gone.
     if (m_isPlaying)
         m_output.stop();

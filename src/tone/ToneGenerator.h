@@ -9,7 +9,7 @@
 
 // The window's test tone: starts and stops a 440 Hz sine on the system's default output, so while
 // a zone plays the tone is heard on every device of it. `isPlaying` is true from a successful
-// start until stop.
+// start until stop, or until the output ends the tone by itself (a sound server that went away).
 class ToneGenerator : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged)

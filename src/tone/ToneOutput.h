@@ -2,6 +2,7 @@
 
 #include "ToneBuffer.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,4 +24,17 @@ public:
     // Plays `buffer` in a loop until stop(); the platform's description of what failed, else none.
     virtual std::optional<std::string> play(std::shared_ptr<const ToneBuffer> buffer) = 0;
     virtual void stop() = 0;
+
+    // Runs on the main thread when a tone that played has ended by itself, because the output
+    // went away (a sound server that stopped); the next play() starts afresh.
+    void setEndedHandler(std::function<void()> handler) { m_onEnded = std::move(handler); }
+
+protected:
+    void ended() {
+        if (m_onEnded)
+            m_onEnded();
+    }
+
+private:
+    std::function<void()> m_onEnded;
 };

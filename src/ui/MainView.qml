@@ -11,9 +11,9 @@ ColumnLayout {
     required property DeviceListModel devices
     required property MultiOutputStatus status
     required property AppearanceSetting appearance
+    required property ToneGenerator tone
     // The zones section's place, above the devices.
     property alias zonesSection: zonesSlot.sourceComponent
-    property alias toneControl: bottomBar.toneControl
 
     spacing: 0
 
@@ -49,6 +49,7 @@ ColumnLayout {
     BottomBar {
         id: bottomBar
         status: view.status
+        tone: view.tone
         Layout.fillWidth: true
     }
 }

@@ -10,6 +10,7 @@ ApplicationWindow {
     required property DeviceListModel devices
     required property MultiOutputStatus status
     required property AppearanceSetting appearance
+    required property ToneGenerator tone
     // Drawn over the main view while it is there.
     property alias splash: splashSlot.sourceComponent
     property alias mainView: mainView
@@ -41,6 +42,11 @@ ApplicationWindow {
     palette.dark: Theme.dark ? "#18181a" : "#9c9ca3"
     palette.shadow: Theme.dark ? "#000000" : "#6c6c72"
 
+    // Meters that cannot be seen measure nothing.
+    readonly property bool metersVisible: visible && visibility !== Window.Minimized
+    onMetersVisibleChanged: devices.metersShown = metersVisible
+    Component.onCompleted: devices.metersShown = metersVisible
+
     Binding {
         target: Theme
         property: "dark"
@@ -53,6 +59,7 @@ ApplicationWindow {
         devices: window.devices
         status: window.status
         appearance: window.appearance
+        tone: window.tone
     }
 
     Loader {

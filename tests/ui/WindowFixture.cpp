@@ -38,6 +38,7 @@ void WindowFixture::reset(int count) {
     auto oldAppearance = std::move(m_appearance);
     auto oldStatus = std::move(m_status);
     auto oldDevices = std::move(m_devices);
+    auto oldTone = std::move(m_tone);
 
     m_settings = std::make_unique<QSettings>(
         m_folder.filePath(QStringLiteral("brivello-%1.conf").arg(reinterpret_cast<quintptr>(this))),
@@ -56,6 +57,10 @@ void WindowFixture::reset(int count) {
     m_devices = std::make_unique<DeviceListModel>(*m_controller);
     m_status = std::make_unique<MultiOutputStatus>(*m_controller);
     m_appearance = std::make_unique<AppearanceSetting>(m_systemScheme, m_settings.get());
+    oldTone.reset(); // stops its tone: the new generator starts from a silent output
+    m_toneOutput.started = 0;
+    m_toneOutput.playing = false;
+    m_tone = std::make_unique<ToneGenerator>(m_toneOutput);
     emit rebuilt();
     m_audio->clearRecords();
 }

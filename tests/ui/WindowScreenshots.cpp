@@ -76,7 +76,8 @@ int main(int argc, char** argv) {
             engine.setInitialProperties(
                 {{QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
                  {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
-                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())}});
+                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())},
+                 {QStringLiteral("tone"), QVariant::fromValue(fixture.tone())}});
             engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
             auto* window = engine.rootObjects().isEmpty()
                                ? nullptr

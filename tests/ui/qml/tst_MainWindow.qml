@@ -24,7 +24,8 @@ TestCase {
     function init() {
         fixture.reset(4)
         window = createTemporaryObject(windowComponent, null, {
-            devices: fixture.devices, status: fixture.status, appearance: fixture.appearance
+            devices: fixture.devices, status: fixture.status, appearance: fixture.appearance,
+            tone: fixture.tone
         })
         verify(window)
         waitForRendering(window.contentItem)
@@ -154,5 +155,25 @@ TestCase {
         compare(rows().length, 0)
         verify(!named("activateButton").enabled)
         compare(named("activateButton").text, "Aktivieren")
+    }
+
+    function test_theToneButtonStartsAndStopsTheToneActiveOrNot() {
+        const button = named("toneButton")
+        compare(button.text, "Testton")
+        compare(button.symbol, "play.fill")
+        mouseClick(button)
+        compare(button.text, "Stopp")
+        compare(button.symbol, "stop.fill")
+        verify(fixture.tonePlaying())
+        clickRow(0)
+        mouseClick(named("activateButton"))
+        tryCompare(fixture.status, "active", true)
+        waitForRendering(window.contentItem)
+        mouseClick(button)
+        compare(button.text, "Testton")
+        verify(!fixture.tonePlaying())
+        mouseClick(button)
+        verify(fixture.tonePlaying())
+        compare(fixture.tonesStarted(), 2)
     }
 }
