@@ -14,6 +14,7 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
@@ -76,8 +77,12 @@ int main(int argc, char** argv) {
                                  {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
                                  {QStringLiteral("tone"), QVariant::fromValue(&tone)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
-    if (engine.rootObjects().isEmpty())
+    auto* window = engine.rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QWindow*>(engine.rootObjects().first());
+    if (!window)
         return 1;
+    window->show();
     // Closing the window ends Brivello; the controller puts the previous default output back
     // on the way out.
     return QGuiApplication::exec();
