@@ -17,6 +17,7 @@ public:
         return refusal;
     }
     void stop() override { ++stops; }
+    void endByItself() { ended(); }
 
     std::optional<Format> currentFormat = Format{48000, 2};
     std::optional<std::string> refusal;
@@ -69,6 +70,20 @@ TEST(ToneGenerator, StartsAndStopsOnceAndTriesAgainAfterAFailure) {
     testing::internal::CaptureStdout();
     tone.start();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(output.played.size(), 2u);
+}
+
+TEST(ToneGenerator, AToneTheOutputEndsFreesTheButtonForTheNextStart) {
+    RecordingOutput output;
+    ToneGenerator tone(output);
+    output.endByItself();
+    EXPECT_EQ(output.stops, 0) << "nothing played, nothing to end";
+    tone.start();
+    output.endByItself(); // the sound server went away
+    EXPECT_FALSE(tone.isPlaying());
+    EXPECT_EQ(output.stops, 1);
+    tone.start();
+    EXPECT_TRUE(tone.isPlaying()) << "the next start plays again";
     EXPECT_EQ(output.played.size(), 2u);
 }
 
