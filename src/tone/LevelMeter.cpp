@@ -33,7 +33,7 @@ double measuredBarFraction(double level, bool active) {
 double fromPeak(double peak) {
     if (!std::isfinite(peak) || peak <= 0)
         return 0;
-    return std::min(std::cbrt(peak), 1.0);
+    return std::min(std::round(std::cbrt(peak) / kLevelStep) * kLevelStep, 1.0);
 }
 
 double fallen(double shown, double target) {

@@ -16,12 +16,15 @@ bool isMoving(double level, bool active);
 double measuredBarFraction(double level, bool active);
 
 // A measured peak (0…1 of full scale) on the meter's scale: the cube root, the curve of the
-// sound server's own volumes, so a tone at half the volume shows at half the height.
+// sound server's own volumes, so a tone at half the volume shows at half the height; in steps
+// of kLevelStep, so a steady sound changes nothing and nothing is redrawn.
 double fromPeak(double peak);
+constexpr double kLevelStep = 1.0 / 64; // a quarter point of a 16-point meter
 // Where a bar that showed `shown` stands one peak later when the sound is at `target`: it rises
 // at once and falls by at most kFallPerPeak, so it neither flickers nor lags.
 double fallen(double shown, double target);
-constexpr double kFallPerPeak = 0.08; // at 25 peaks a second, from the top to rest in 0.5 s
+// At 25 peaks a second from the top to rest in about half a second, in whole steps.
+constexpr double kFallPerPeak = 5 * kLevelStep;
 
 enum class BarColour { green, yellow, orange };
 BarColour barColour(double fraction);
