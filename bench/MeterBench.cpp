@@ -30,7 +30,8 @@ Q_IMPORT_QML_PLUGIN(BrivelloPlugin)
 // and the sound server, with 2 and 4 devices switched on while the test tone plays, the meters
 // shown and the window hidden (where nothing is measured), and next to pavucontrol-qt showing
 // the same devices' meters. Runs on a private server; pavucontrol-qt must be installed
-// (`apt-get install pavucontrol-qt`).
+// (`apt-get install pavucontrol-qt`). With a file name as argument it also saves a picture of the
+// window while four meters measure the tone.
 namespace {
 
 constexpr int kSeconds = 10;
@@ -131,6 +132,8 @@ int main(int argc, char** argv) {
         settle(2000);
         report(qPrintable(QString("%1 devices, meters shown").arg(count)),
                cpuPercent({ownPid, serverPid}, kSeconds));
+        if (count == 4 && argc > 1)
+            window->grabWindow().save(QString::fromLocal8Bit(argv[1]));
         window->hide();
         settle(1000);
         report(qPrintable(QString("%1 devices, window hidden: no meters").arg(count)),

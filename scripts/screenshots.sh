@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Draws the main window offscreen in its typical states (no devices, four devices with two ticked,
-# switched on with moving meters), light and dark, as PNGs into the folder given as argument.
+# switched on with moving meters, the test tone playing), light and dark, as PNGs into the folder given as argument.
 #   scripts/screenshots.sh <folder>
 set -euo pipefail
 if [[ $# -ne 1 ]]; then

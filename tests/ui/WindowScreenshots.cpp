@@ -60,6 +60,12 @@ int main(int argc, char** argv) {
              tick(f, {0, 2, 3});
              f.status()->activate();
          }},
+        {"tone-playing", 4,
+         [](WindowFixture& f) {
+             tick(f, {1, 2});
+             f.status()->activate();
+             f.tone()->start();
+         }},
         {"appearance-menu", 4, [](WindowFixture& f) { tick(f, {1}); }, "appearanceButton"},
     };
 
