@@ -93,6 +93,10 @@ protected:
         environment.insert(QStringLiteral("DISPLAY"), display);
         environment.insert(QStringLiteral("HOME"), folder.path());
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
+        // Under AddressSanitizer brivello's leak check at exit is off: its window leaves blocks of
+        // Qt Quick and Mesa whose stacks LeakSanitizer cannot read (libraries without frame
+        // pointers, a driver unloaded by then). Every other check of the sanitizers stays on.
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         originalDefault = sound.defaultSink();
     }
     void TearDown() override {
