@@ -9,7 +9,10 @@
 PulseToneOutput::PulseToneOutput(PulseConnection& connection)
     : m_connection(connection), m_mainThread(std::make_unique<QObject>()) {}
 
-PulseToneOutput::~PulseToneOutput() = default;
+// The stream goes first: until it is gone libpulse's thread may still post its end.
+PulseToneOutput::~PulseToneOutput() {
+    m_stream.reset();
+}
 
 std::optional<ToneOutput::Format> PulseToneOutput::format() {
     const PulseConnection::Budget within(m_connection, kBudget);
