@@ -98,4 +98,5 @@ TEST_F(PulseToneAndMeters, MetersFollowTheToneOnTheActiveDevicesAndComeBackWithT
     EXPECT_TRUE(waitUntil([&] { return tonePlaysOnBoth(); }, 4000)) << "the meters reattach";
     tone->stop();
     controller->deactivate();
+    EXPECT_TRUE(waitUntil([&] { return meterStreams() == 0; }, 1000)) << "switched off";
 }
