@@ -29,8 +29,9 @@ std::optional<std::string> PulseToneOutput::play(std::shared_ptr<const ToneBuffe
     stop();
     if (buffer->channels > PA_CHANNELS_MAX)
         return std::string("too many channels");
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, static_cast<std::uint32_t>(buffer->sampleRate),
-                              static_cast<std::uint8_t>(buffer->channels)};
+    const pa_sample_spec sampleFormat{PA_SAMPLE_FLOAT32NE,
+                                      static_cast<std::uint32_t>(buffer->sampleRate),
+                                      static_cast<std::uint8_t>(buffer->channels)};
     // libpulse's thread copies the looping buffer out; only it touches `position`.
     auto fill = [buffer, position = std::size_t{0}](void* data, std::size_t bytes) mutable {
         auto* out = static_cast<char*>(data);
@@ -57,7 +58,8 @@ std::optional<std::string> PulseToneOutput::play(std::shared_ptr<const ToneBuffe
             Qt::QueuedConnection);
     };
     const PulseConnection::Budget within(m_connection, kBudget);
-    auto started = PulseStream::play(m_connection, spec, std::move(fill), std::move(onEnded));
+    auto started =
+        PulseStream::play(m_connection, sampleFormat, std::move(fill), std::move(onEnded));
     if (!started.stream)
         return started.error;
     m_stream = std::move(started.stream);

@@ -80,8 +80,9 @@ void PulseStream::onRead(pa_stream* stream, std::size_t, void* self) {
     }
 }
 
-PulseStream::Started PulseStream::play(PulseConnection& connection, const pa_sample_spec& spec,
-                                       Fill fill, Ended onEnded) {
+PulseStream::Started PulseStream::play(PulseConnection& connection,
+                                       const pa_sample_spec& sampleFormat, Fill fill,
+                                       Ended onEnded) {
     LoopLock lock(connection.m_loop);
     if (!isReady(connection.m_context))
         return {nullptr, "no connection to the sound server"};
@@ -98,7 +99,7 @@ PulseStream::Started PulseStream::play(PulseConnection& connection, const pa_sam
     };
     stream->m_fill = std::move(fill);
     stream->m_onEnded = std::move(onEnded);
-    stream->m_stream = pa_stream_new(connection.m_context, "Testton", &spec, nullptr);
+    stream->m_stream = pa_stream_new(connection.m_context, "Testton", &sampleFormat, nullptr);
     if (!stream->m_stream)
         return fail();
     pa_stream_set_state_callback(stream->m_stream, &PulseStream::onState, stream.get());
@@ -107,7 +108,7 @@ PulseStream::Started PulseStream::play(PulseConnection& connection, const pa_sam
     // the default, at a handful of wake-ups a second.
     pa_buffer_attr attributes;
     attributes.maxlength = static_cast<std::uint32_t>(-1);
-    attributes.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(200'000, &spec));
+    attributes.tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(200'000, &sampleFormat));
     attributes.prebuf = static_cast<std::uint32_t>(-1);
     attributes.minreq = static_cast<std::uint32_t>(-1);
     attributes.fragsize = static_cast<std::uint32_t>(-1);
@@ -144,8 +145,8 @@ std::unique_ptr<PulseStream> PulseStream::peaks(PulseConnection& connection,
     std::unique_ptr<PulseStream> stream(new PulseStream(connection));
     stream->m_onPeak = std::move(onPeak);
     // The server measures: at a rate of 25 Hz every sample it sends is the peak of 40 ms.
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, 25, 1};
-    stream->m_stream = pa_stream_new(connection.m_context, "Pegel", &spec, nullptr);
+    const pa_sample_spec sampleFormat{PA_SAMPLE_FLOAT32NE, 25, 1};
+    stream->m_stream = pa_stream_new(connection.m_context, "Pegel", &sampleFormat, nullptr);
     if (!stream->m_stream)
         return nullptr;
     pa_stream_set_state_callback(stream->m_stream, &PulseStream::onState, stream.get());

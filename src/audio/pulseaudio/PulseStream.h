@@ -33,7 +33,7 @@ public:
     // Waits until it plays, as long as a request of the connection would. `onEnded` runs when
     // the stream ends by itself (the server went away or refused it later), not when it is
     // destroyed.
-    static Started play(PulseConnection& connection, const pa_sample_spec& spec, Fill fill,
+    static Started play(PulseConnection& connection, const pa_sample_spec& sampleFormat, Fill fill,
                         Ended onEnded);
     // About 25 peaks a second of `source` (a sink's monitor), one float each, in the smallest
     // fragments the server allows. It keeps no sink awake and does not follow a source that is
