@@ -9,6 +9,7 @@
 #include "SymbolImageProvider.h"
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
+#include "ToneGenerator.h"
 #include "ZoneListModel.h"
 
 #include <QGuiApplication>
@@ -25,8 +26,11 @@
 #include "CarbonHotKeyBackend.h"
 #include "CoreAudioApiMac.h"
 #include "CoreAudioSystem.h"
+#include "CoreAudioToneOutput.h"
 #else
 #include "PulseAudioSystem.h"
+#include "PulseLevelSource.h"
+#include "PulseToneOutput.h"
 #include "X11HotKeyBackend.h"
 #endif
 
@@ -49,21 +53,29 @@ int main(int argc, char** argv) {
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     TerminationSignals stopSignals;
 
+    // The platform's choices: its sound system and hot keys, where the test tone plays, and
+    // whether the meters measure (Linux) or move with the clock, scaled by the volume (macOS).
 #ifdef __APPLE__
     CoreAudioApiMac coreAudio;
     // Keeps the default output Brivello replaced, for the next start after a crash.
     QSettings settings;
     CoreAudioSystem audio(coreAudio, &settings);
     HotKeyCenter::shared().setBackend(std::make_unique<CarbonHotKeyBackend>());
+    CoreAudioToneOutput toneOutput;
+    LevelSource* levels = nullptr;
 #else
     PulseAudioSystem audio;
     HotKeyCenter::shared().setBackend(std::make_unique<X11HotKeyBackend>());
+    PulseToneOutput toneOutput(audio.connection());
+    PulseLevelSource pulseLevels(audio.connection());
+    LevelSource* levels = &pulseLevels;
 #endif
 
     AppModel model(audio);
     SystemColorScheme systemScheme;
     AppearanceSetting appearance(systemScheme);
-    DeviceListModel devices(model.controller());
+    DeviceListModel devices(model.controller(), levels);
+    ToneGenerator tone(toneOutput);
     MultiOutputStatus status(model.controller());
     ZoneListModel zones(model);
 
@@ -75,6 +87,7 @@ int main(int argc, char** argv) {
                                  {QStringLiteral("status"), QVariant::fromValue(&status)},
                                  {QStringLiteral("appearance"), QVariant::fromValue(&appearance)},
                                  {QStringLiteral("zones"), QVariant::fromValue(&zones)},
+                                 {QStringLiteral("tone"), QVariant::fromValue(&tone)},
                                  {QStringLiteral("splash"), QVariant::fromValue(&splash)}});
     engine.load(QUrl(QStringLiteral("qrc:/Brivello/MainWindow.qml")));
     auto* window = engine.rootObjects().isEmpty()

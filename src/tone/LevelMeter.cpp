@@ -24,6 +24,26 @@ double barFraction(int bar, double seconds, double level, bool active) {
     return std::min(level * wave, 1.0);
 }
 
+double measuredBarFraction(double level, bool active) {
+    if (!isMoving(level, active))
+        return kRestingFraction;
+    return std::min(level, 1.0);
+}
+
+double fromPeak(double peak) {
+    if (!std::isfinite(peak) || peak <= 0)
+        return 0;
+    return std::min(std::round(std::cbrt(peak) / kLevelStep) * kLevelStep, 1.0);
+}
+
+double fallen(double shown, double target) {
+    if (target >= shown)
+        return target;
+    // Close enough to silence is silence, so a resting meter stops changing.
+    const double next = std::max(target, shown - kFallPerPeak);
+    return next <= kSilentLevel ? 0.0 : next;
+}
+
 BarColour barColour(double fraction) {
     if (fraction < 0.6)
         return BarColour::green;

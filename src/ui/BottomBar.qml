@@ -8,8 +8,7 @@ Rectangle {
     id: bar
 
     required property MultiOutputStatus status
-    // The test-tone button's place, before the flexible space.
-    property alias toneControl: toneSlot.sourceComponent
+    required property ToneGenerator tone
 
     implicitHeight: container.implicitHeight + 22
     color: Theme.barBackground
@@ -27,8 +26,12 @@ Rectangle {
             width: container.width
             spacing: 10
 
-            Loader {
-                id: toneSlot
+            // Plays on the default output, so while switched on on every ticked device.
+            GlassButton {
+                objectName: "toneButton"
+                text: bar.tone.isPlaying ? "Stopp" : "Testton"
+                symbol: bar.tone.isPlaying ? "stop.fill" : "play.fill"
+                onClicked: bar.tone.isPlaying ? bar.tone.stop() : bar.tone.start()
             }
             Item {
                 Layout.fillWidth: true

@@ -1,13 +1,18 @@
 #include "DeviceListModel.h"
 
+#include "LevelSource.h"
 #include "MultiOutputController.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
 
-DeviceListModel::DeviceListModel(MultiOutputController& controller, QObject* parent)
-    : QAbstractListModel(parent), m_controller(controller), m_rows(currentRows()) {
+DeviceListModel::DeviceListModel(MultiOutputController& controller, LevelSource* levels,
+                                 QObject* parent)
+    : QAbstractListModel(parent), m_controller(controller), m_levels(levels),
+      m_rows(currentRows()) {
+    if (m_levels)
+        connect(m_levels, &LevelSource::levelChanged, this, &DeviceListModel::onLevelChanged);
     for (auto signal :
          {&MultiOutputController::devicesChanged, &MultiOutputController::selectedChanged,
           &MultiOutputController::isActiveChanged, &MultiOutputController::volumesChanged,
@@ -70,6 +75,8 @@ std::vector<DeviceListModel::Row> DeviceListModel::currentRows() const {
         if (auto d = delays.find(device.id); d != delays.end())
             row.delayMs = d->second;
         row.meterActive = row.selected && m_controller.isActive();
+        if (m_levels)
+            row.meterLevel = m_levels->level(device.uid);
         rows.push_back(std::move(row));
     }
     return rows;
@@ -79,6 +86,43 @@ int DeviceListModel::rowOf(AudioDeviceID id) const {
     auto it = std::find_if(m_rows.begin(), m_rows.end(),
                            [id](const Row& row) { return row.device.id == id; });
     return it == m_rows.end() ? -1 : static_cast<int>(it - m_rows.begin());
+}
+
+void DeviceListModel::setMetersShown(bool shown) {
+    if (m_metersShown == shown)
+        return;
+    m_metersShown = shown;
+    emit metersShownChanged();
+    watchLevels();
+}
+
+void DeviceListModel::watchLevels() {
+    if (!m_levels)
+        return;
+    std::set<std::string> wanted;
+    if (m_metersShown)
+        for (const auto& row : m_rows)
+            if (row.meterActive)
+                wanted.insert(row.device.uid);
+    if (wanted == m_watched)
+        return;
+    m_watched = wanted;
+    m_levels->watch(wanted);
+}
+
+void DeviceListModel::onLevelChanged(const std::string& uid) {
+    for (std::size_t i = 0; i < m_rows.size(); ++i) {
+        Row& row = m_rows[i];
+        if (row.device.uid != uid)
+            continue;
+        const double level = m_levels->level(uid);
+        if (row.meterLevel == level)
+            return;
+        row.meterLevel = level;
+        const auto changed = index(static_cast<int>(i));
+        emit dataChanged(changed, changed, {MeterLevelRole});
+        return;
+    }
 }
 
 void DeviceListModel::sync() {
@@ -106,10 +150,13 @@ void DeviceListModel::sync() {
             roles << DelayMsRole;
         if (before.meterActive != after.meterActive)
             roles << MeterActiveRole;
+        if (before.meterLevel != after.meterLevel)
+            roles << MeterLevelRole;
         m_rows[i] = after;
         const auto changed = index(static_cast<int>(i));
         emit dataChanged(changed, changed, roles);
     }
+    watchLevels();
 }
 
 void DeviceListModel::syncMembership(const std::vector<Row>& target) {
@@ -172,6 +219,8 @@ QVariant DeviceListModel::data(const QModelIndex& index, int role) const {
         return row.delayMs;
     case MeterActiveRole:
         return row.meterActive;
+    case MeterLevelRole:
+        return row.meterLevel;
     default:
         return {};
     }
@@ -186,7 +235,8 @@ QHash<int, QByteArray> DeviceListModel::roleNames() const {
             {SelectedRole, "selected"},
             {VolumeRole, "volume"},
             {DelayMsRole, "delayMs"},
-            {MeterActiveRole, "meterActive"}};
+            {MeterActiveRole, "meterActive"},
+            {MeterLevelRole, "meterLevel"}};
 }
 
 void DeviceListModel::toggle(quint32 id) {

@@ -5,8 +5,11 @@
 #include <QAbstractListModel>
 #include <QtQml/qqmlregistration.h>
 
+#include <set>
+#include <string>
 #include <vector>
 
+class LevelSource;
 class MultiOutputController;
 
 // The controller's devices as rows for the window's device list: one row per device in the
@@ -17,6 +20,10 @@ class DeviceListModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made in C++ over the application's controller")
+    // Whether the meters show measured levels (`meterLevel`) or move with the clock.
+    Q_PROPERTY(bool levelsMeasured READ levelsMeasured CONSTANT)
+    // Whether the meters can be seen (the window is shown); only then is anything measured.
+    Q_PROPERTY(bool metersShown READ metersShown WRITE setMetersShown NOTIFY metersShownChanged)
 public:
     enum Role {
         IdRole = Qt::UserRole + 1,
@@ -28,11 +35,18 @@ public:
         VolumeRole,
         DelayMsRole,
         MeterActiveRole,
+        MeterLevelRole,
     };
     Q_ENUM(Role)
 
-    // `controller` must outlive the model.
-    explicit DeviceListModel(MultiOutputController& controller, QObject* parent = nullptr);
+    // `controller` and `levels` must outlive the model. Without a level source the meters move
+    // with the clock, scaled by the volume.
+    explicit DeviceListModel(MultiOutputController& controller, LevelSource* levels = nullptr,
+                             QObject* parent = nullptr);
+
+    bool levelsMeasured() const { return m_levels != nullptr; }
+    bool metersShown() const { return m_metersShown; }
+    void setMetersShown(bool shown);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
@@ -49,6 +63,9 @@ public:
     // The symbol drawn for a transport.
     static QString transportSymbol(AudioOutputDevice::Transport transport);
 
+signals:
+    void metersShownChanged();
+
 private:
     struct Row {
         AudioOutputDevice device;
@@ -56,6 +73,7 @@ private:
         double volume = 1.0;
         double delayMs = 0.0;
         bool meterActive = false;
+        double meterLevel = 0.0;
         bool operator==(const Row&) const = default;
     };
     std::vector<Row> currentRows() const;
@@ -64,7 +82,13 @@ private:
     void sync();
     void syncMembership(const std::vector<Row>& target);
     int rowOf(AudioDeviceID id) const;
+    // Measures the devices whose meters can be seen, and no others.
+    void watchLevels();
+    void onLevelChanged(const std::string& uid);
 
     MultiOutputController& m_controller;
+    LevelSource* m_levels;
+    bool m_metersShown = false;
+    std::set<std::string> m_watched;
     std::vector<Row> m_rows;
 };

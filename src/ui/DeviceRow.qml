@@ -20,6 +20,7 @@ Rectangle {
     required property real volume
     required property real delayMs
     required property bool meterActive
+    required property real meterLevel
 
     implicitHeight: column.implicitHeight + 18
     radius: 8
@@ -75,11 +76,14 @@ Rectangle {
                     }
                 }
                 LevelMeter {
+                    id: meter
                     objectName: "levelMeter"
                     visible: opacity > 0
                     opacity: row.meterActive ? 1 : 0
                     Behavior on opacity { NumberAnimation { duration: 200 } }
-                    level: row.volume
+                    // Measured where the platform measures, else the clock scaled by the volume.
+                    measured: row.devices.levelsMeasured
+                    level: meter.measured ? row.meterLevel : row.volume
                     active: row.meterActive
                     Layout.rightMargin: 4
                 }

@@ -3,13 +3,15 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Brivello
 
-// A row of thin bars that move with the clock, scaled by `level`; green, then yellow, then orange
-// as they rise. At rest the bars stand low and nothing redraws.
+// A row of thin bars that move with the clock, scaled by `level`, or that stand at a `measured`
+// level; green, then yellow, then orange as they rise. At rest the bars stand low and nothing
+// redraws.
 Item {
     id: meter
 
     property real level: 0
     property bool active: false
+    property bool measured: false
     property int barCount: 5
     property real maxHeight: 16
 
@@ -22,6 +24,7 @@ Item {
         level: meter.level
         active: meter.active
         barCount: meter.barCount
+        measured: meter.measured
     }
 
     Row {

@@ -41,9 +41,17 @@ void LevelMeterBars::setBarCount(int count) {
     reconsider();
 }
 
+void LevelMeterBars::setMeasured(bool measured) {
+    if (m_measured == measured)
+        return;
+    m_measured = measured;
+    emit measuredChanged();
+    reconsider();
+}
+
 void LevelMeterBars::reconsider() {
     const bool wasMoving = m_clock.isActive();
-    const bool moves = levelmeter::isMoving(m_level, m_active) && m_barCount > 0;
+    const bool moves = !m_measured && levelmeter::isMoving(m_level, m_active) && m_barCount > 0;
     if (moves && !wasMoving)
         m_clock.start();
     else if (!moves && wasMoving)
@@ -58,7 +66,8 @@ void LevelMeterBars::frame() {
     m_fractions.resize(m_barCount);
     m_tiers.resize(m_barCount);
     for (int bar = 0; bar < m_barCount; ++bar) {
-        m_fractions[bar] = levelmeter::barFraction(bar, seconds, m_level, m_active);
+        m_fractions[bar] = m_measured ? levelmeter::measuredBarFraction(m_level, m_active)
+                                      : levelmeter::barFraction(bar, seconds, m_level, m_active);
         m_tiers[bar] = static_cast<int>(levelmeter::barColour(m_fractions[bar]));
     }
     emit framed();

@@ -12,7 +12,7 @@ ColumnLayout {
     required property MultiOutputStatus status
     required property AppearanceSetting appearance
     required property ZoneListModel zones
-    property alias toneControl: bottomBar.toneControl
+    required property ToneGenerator tone
 
     spacing: 0
 
@@ -49,6 +49,7 @@ ColumnLayout {
     BottomBar {
         id: bottomBar
         status: view.status
+        tone: view.tone
         Layout.fillWidth: true
     }
 }

@@ -11,6 +11,7 @@ ApplicationWindow {
     required property MultiOutputStatus status
     required property AppearanceSetting appearance
     required property ZoneListModel zones
+    required property ToneGenerator tone
     // Drawn over the main view while it is there.
     property alias splash: splashSlot.sourceComponent
     property alias mainView: mainView
@@ -42,6 +43,11 @@ ApplicationWindow {
     palette.dark: Theme.dark ? "#18181a" : "#9c9ca3"
     palette.shadow: Theme.dark ? "#000000" : "#6c6c72"
 
+    // Meters that cannot be seen measure nothing.
+    readonly property bool metersVisible: visible && visibility !== Window.Minimized
+    onMetersVisibleChanged: devices.metersShown = metersVisible
+    Component.onCompleted: devices.metersShown = metersVisible
+
     Binding {
         target: Theme
         property: "dark"
@@ -55,6 +61,7 @@ ApplicationWindow {
         status: window.status
         appearance: window.appearance
         zones: window.zones
+        tone: window.tone
     }
 
     Loader {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using namespace levelmeter;
 
 TEST(LevelMeter, BarsStayWithinTheirLevelAndRestLow) {
@@ -52,6 +54,39 @@ TEST(LevelMeter, AClockRunsOnlyWhileTheBarsMove) {
     bars.setBarCount(-3);
     EXPECT_FALSE(bars.moving());
     EXPECT_TRUE(bars.fractions().isEmpty());
+}
+
+TEST(LevelMeter, MeasuredBarsStandAtThePeakAndFallSmoothly) {
+    // The server's volume curve: full scale is the top, the test tone's 0.18 a little above half.
+    EXPECT_DOUBLE_EQ(fromPeak(1.0), 1.0);
+    EXPECT_NEAR(fromPeak(0.18), 0.565, 0.005);
+    EXPECT_EQ(fromPeak(0.1801), fromPeak(0.1799)) << "a steady tone's peaks show as one level";
+    EXPECT_EQ(fromPeak(0.0), 0.0);
+    EXPECT_EQ(fromPeak(-1.0), 0.0);
+    EXPECT_EQ(fromPeak(std::nan("")), 0.0) << "a broken sample shows nothing";
+    EXPECT_EQ(fromPeak(4.0), 1.0) << "clipping stays at the top";
+
+    EXPECT_EQ(fallen(0.2, 0.9), 0.9) << "rises at once";
+    double shown = 1.0;
+    int peaks = 0;
+    for (; shown > 0 && peaks < 100; ++peaks)
+        shown = fallen(shown, 0.0);
+    EXPECT_EQ(peaks, 13) << "from the top to rest in about half a second, then still";
+    EXPECT_EQ(fallen(0.5, 0.45), 0.45) << "a small drop is followed exactly";
+
+    LevelMeterBars bars;
+    bars.setMeasured(true);
+    bars.setBarCount(5);
+    bars.setActive(true);
+    bars.setLevel(0.7);
+    EXPECT_FALSE(bars.moving()) << "a measured level needs no clock";
+    EXPECT_EQ(bars.fractions(), QList<double>(5, 0.7));
+    EXPECT_EQ(bars.tiers(), QList<int>(5, 1));
+    bars.setLevel(0);
+    EXPECT_EQ(bars.fractions(), QList<double>(5, 0.06)) << "silence rests the bars";
+    bars.setLevel(0.7);
+    bars.setActive(false);
+    EXPECT_EQ(bars.fractions(), QList<double>(5, 0.06));
 }
 
 int main(int argc, char** argv) {

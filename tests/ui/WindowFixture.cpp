@@ -43,6 +43,7 @@ void WindowFixture::reset(int count) {
     auto oldAppearance = std::move(m_appearance);
     auto oldStatus = std::move(m_status);
     auto oldDevices = std::move(m_devices);
+    auto oldTone = std::move(m_tone);
     auto oldZones = std::move(m_zones);
 
     m_settings = std::make_unique<QSettings>(
@@ -67,6 +68,10 @@ void WindowFixture::reset(int count) {
     m_status = std::make_unique<MultiOutputStatus>(*m_controller);
     m_appearance = std::make_unique<AppearanceSetting>(m_systemScheme, m_settings.get());
     m_zones = std::make_unique<ZoneListModel>(*m_app);
+    oldTone.reset(); // stops its tone: the new generator starts from a silent output
+    m_toneOutput.started = 0;
+    m_toneOutput.playing = false;
+    m_tone = std::make_unique<ToneGenerator>(m_toneOutput);
     emit rebuilt();
     m_audio->clearRecords();
 }

@@ -9,6 +9,7 @@
 #include "MultiOutputController.h"
 #include "MultiOutputStatus.h"
 #include "SystemColorScheme.h"
+#include "ToneGenerator.h"
 #include "ZoneListModel.h"
 
 #include <QObject>
@@ -28,6 +29,7 @@ class WindowFixture : public QObject {
     Q_PROPERTY(MultiOutputStatus* status READ status NOTIFY rebuilt)
     Q_PROPERTY(AppearanceSetting* appearance READ appearance NOTIFY rebuilt)
     Q_PROPERTY(ZoneListModel* zones READ zones NOTIFY rebuilt)
+    Q_PROPERTY(ToneGenerator* tone READ tone NOTIFY rebuilt)
 public:
     explicit WindowFixture(QObject* parent = nullptr);
     ~WindowFixture() override;
@@ -36,6 +38,7 @@ public:
     MultiOutputStatus* status() const { return m_status.get(); }
     AppearanceSetting* appearance() const { return m_appearance.get(); }
     ZoneListModel* zones() const { return m_zones.get(); }
+    ToneGenerator* tone() const { return m_tone.get(); }
 
     // A fresh sound system with the first `count` of the four devices (Bluetooth speaker, USB
     // DAC, built-in speakers, TV), the built-in ones as default output, and fresh models.
@@ -52,6 +55,9 @@ public:
     Q_INVOKABLE double storedVolume(int row) const;
     // A volume set while no slider moves, as the menu-bar panel or a hot key would.
     Q_INVOKABLE void changeVolume(int row, double volume);
+    // How many tones the window's generator started, and whether one plays now.
+    Q_INVOKABLE int tonesStarted() const { return m_toneOutput.started; }
+    Q_INVOKABLE bool tonePlaying() const { return m_toneOutput.playing; }
 
     // A zone saved as an earlier run left it; `display` empty for none.
     Q_INVOKABLE void saveZone(const QString& name, const QStringList& uids, quint32 keyCode = 0,
@@ -68,6 +74,19 @@ signals:
     void rebuilt();
 
 private:
+    // Takes every tone in the format of a common output.
+    struct SilentToneOutput : ToneOutput {
+        std::optional<Format> format() override { return Format{48000, 2}; }
+        std::optional<std::string> play(std::shared_ptr<const ToneBuffer>) override {
+            ++started;
+            playing = true;
+            return std::nullopt;
+        }
+        void stop() override { playing = false; }
+        int started = 0;
+        bool playing = false;
+    };
+
     QTemporaryDir m_folder;
     std::unique_ptr<QSettings> m_settings;
     std::unique_ptr<CoreAudioStandIn> m_audio;
@@ -80,4 +99,6 @@ private:
     SystemColorScheme m_systemScheme;
     std::unique_ptr<AppearanceSetting> m_appearance;
     std::unique_ptr<ZoneListModel> m_zones;
+    SilentToneOutput m_toneOutput;
+    std::unique_ptr<ToneGenerator> m_tone;
 };

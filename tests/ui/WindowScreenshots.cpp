@@ -100,6 +100,12 @@ int main(int argc, char** argv) {
              tick(f, {0, 2, 3});
              f.status()->activate();
          }},
+        {"tone-playing", 4,
+         [](WindowFixture& f) {
+             tick(f, {1, 2});
+             f.status()->activate();
+             f.tone()->start();
+         }},
         {"appearance-menu", 4, [](WindowFixture& f) { tick(f, {1}); }, "appearanceButton"},
         {"zones-empty", 4, [](WindowFixture&) {}},
         {"zones", 4,
@@ -127,7 +133,8 @@ int main(int argc, char** argv) {
                 {QStringLiteral("devices"), QVariant::fromValue(fixture.devices())},
                 {QStringLiteral("status"), QVariant::fromValue(fixture.status())},
                 {QStringLiteral("appearance"), QVariant::fromValue(fixture.appearance())},
-                {QStringLiteral("zones"), QVariant::fromValue(fixture.zones())}};
+                {QStringLiteral("zones"), QVariant::fromValue(fixture.zones())},
+                {QStringLiteral("tone"), QVariant::fromValue(fixture.tone())}};
             if (scene.splash)
                 properties.insert(QStringLiteral("splash"), QVariant::fromValue(&splash));
             engine.setInitialProperties(properties);

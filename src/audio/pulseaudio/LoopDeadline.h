@@ -2,6 +2,20 @@
 
 #include "PulseConnection.h"
 
+// Holds the threaded loop's lock for one scope. libpulse's lock is recursive.
+class LoopLock {
+public:
+    explicit LoopLock(pa_threaded_mainloop* loop) : m_loop(loop) {
+        pa_threaded_mainloop_lock(m_loop);
+    }
+    ~LoopLock() { pa_threaded_mainloop_unlock(m_loop); }
+    LoopLock(const LoopLock&) = delete;
+    LoopLock& operator=(const LoopLock&) = delete;
+
+private:
+    pa_threaded_mainloop* m_loop;
+};
+
 // Ends a wait on libpulse's threaded loop at a point in time, when the server neither answers
 // nor goes away. Lives while the loop's lock is held.
 class LoopDeadline {

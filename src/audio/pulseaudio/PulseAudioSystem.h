@@ -45,6 +45,8 @@ public:
     void setVolumeListener(std::function<void(AudioDeviceID)> listener) override;
 
     bool isConnected() { return m_connection.isConnected(); }
+    // The test tone and the meters make their streams on it; they end with every reconnect.
+    PulseConnection& connection() { return m_connection; }
 
     static constexpr const char* kSinkName = LoopbackMultiOutput::kSinkName;
     static constexpr const char* kDescription = LoopbackMultiOutput::kDescription;

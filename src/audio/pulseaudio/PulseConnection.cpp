@@ -7,20 +7,6 @@
 
 namespace {
 
-// Holds the threaded loop's lock for one scope.
-class LoopLock {
-public:
-    explicit LoopLock(pa_threaded_mainloop* loop) : m_loop(loop) {
-        pa_threaded_mainloop_lock(m_loop);
-    }
-    ~LoopLock() { pa_threaded_mainloop_unlock(m_loop); }
-    LoopLock(const LoopLock&) = delete;
-    LoopLock& operator=(const LoopLock&) = delete;
-
-private:
-    pa_threaded_mainloop* m_loop;
-};
-
 std::string text(const char* value) {
     return value ? std::string(value) : std::string();
 }
@@ -48,6 +34,7 @@ PulseConnection::Sink sinkFrom(const pa_sink_info& info) {
     sink.volume = info.volume;
     sink.mute = info.mute != 0;
     sink.rate = info.sample_spec.rate;
+    sink.channels = info.sample_spec.channels;
     sink.ownerModule = info.owner_module;
     return sink;
 }

@@ -28,6 +28,7 @@ public:
         pa_cvolume volume{};
         bool mute = false;
         std::uint32_t rate = 0;
+        std::uint8_t channels = 0;
         std::uint32_t ownerModule = PA_INVALID_INDEX;
     };
     struct Module {
@@ -105,6 +106,7 @@ public:
     };
 
 private:
+    friend class PulseStream; // makes its streams on the context and waits like a request
     template <class Issue> bool await(Request& request, Issue issue);
     Clock::time_point requestDeadline() const;
     bool openContext(bool announceReady);

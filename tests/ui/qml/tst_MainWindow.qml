@@ -25,7 +25,7 @@ TestCase {
         fixture.reset(4)
         window = windowComponent.createObject(null, {
             devices: fixture.devices, status: fixture.status, appearance: fixture.appearance,
-            zones: fixture.zones
+            zones: fixture.zones, tone: fixture.tone
         })
         verify(window)
         waitForRendering(window.contentItem)
@@ -163,5 +163,25 @@ TestCase {
         compare(rows().length, 0)
         verify(!named("activateButton").enabled)
         compare(named("activateButton").text, "Aktivieren")
+    }
+
+    function test_theToneButtonStartsAndStopsTheToneActiveOrNot() {
+        const button = named("toneButton")
+        compare(button.text, "Testton")
+        compare(button.symbol, "play.fill")
+        mouseClick(button)
+        compare(button.text, "Stopp")
+        compare(button.symbol, "stop.fill")
+        verify(fixture.tonePlaying())
+        clickRow(0)
+        mouseClick(named("activateButton"))
+        tryCompare(fixture.status, "active", true)
+        waitForRendering(window.contentItem)
+        mouseClick(button)
+        compare(button.text, "Testton")
+        verify(!fixture.tonePlaying())
+        mouseClick(button)
+        verify(fixture.tonePlaying())
+        compare(fixture.tonesStarted(), 2)
     }
 }

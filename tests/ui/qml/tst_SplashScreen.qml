@@ -32,7 +32,7 @@ TestCase {
         fixture.reset(2)
         const window = createTemporaryObject(windowComponent, null, {
             devices: fixture.devices, status: fixture.status, appearance: fixture.appearance,
-            zones: fixture.zones
+            zones: fixture.zones, tone: fixture.tone
         })
         verify(window)
         const slot = findChild(window.contentItem, "splashSlot")

@@ -25,7 +25,7 @@ TestCase {
         fixture.reset(4)
         window = createTemporaryObject(windowComponent, null, {
             devices: fixture.devices, status: fixture.status, appearance: fixture.appearance,
-            zones: fixture.zones
+            zones: fixture.zones, tone: fixture.tone
         })
         verify(window)
         waitForRendering(window.contentItem)
