@@ -41,6 +41,8 @@ constexpr int kMarkSize = 19;
 constexpr int kSliderSymbolX = kRowInset + 34;
 constexpr int kSliderX = kSliderSymbolX + 14 + 8;
 constexpr int kSliderEndInset = kRowInset + 44 + 8;
+// A slider's handle is a circle over a 4 px groove.
+constexpr int kKnobSize = 16;
 
 bool bluish(QRgb pixel) {
     return qBlue(pixel) - qRed(pixel) > 15;
@@ -114,6 +116,22 @@ protected:
             milliseconds);
     }
 
+    // Waits for a picture that passes `check` after the window has settled: nothing on it changed
+    // for `quiet` milliseconds, so the splash over it has faded away and takes no more clicks.
+    bool waitForSteadyShot(const std::function<bool(const WindowShot&)>& check, int quiet = 800) {
+        std::optional<WindowShot> previous;
+        QDeadlineTimer unchanged(quiet);
+        return waitUntil(
+            [&] {
+                last = WindowShot::capture(x, window);
+                if (!last || !previous || !(*last == *previous))
+                    unchanged.setRemainingTime(quiet);
+                previous = last;
+                return last && check(*last) && unchanged.hasExpired();
+            },
+            30000);
+    }
+
     // The lines of the dividers under the header and over the bottom bar: the first and the last
     // line whose left edge differs from the window's corners.
     static std::pair<int, int> dividers(const WindowShot& shot) {
@@ -161,11 +179,15 @@ protected:
                 symbols.push_back(span);
         return symbols.size() >= 2 ? std::optional(symbols[1].middle()) : std::nullopt;
     }
-    // A slider's handle: above and below the groove only the handle is drawn.
+    // A slider's handle: only the round handle reaches above the groove, so everything drawn in
+    // the band over the groove is the handle. Its rim bounds it: pressed, its fill is nearly the
+    // tint of a ticked row.
     static std::optional<WindowShot::Span> handle(const WindowShot& shot, int line) {
-        const auto drawn = shot.drawnColumns(kSliderX, shot.width() - kSliderEndInset, line - 5,
-                                             line - 4, shot.at(kSliderSymbolX - 8, line));
-        return drawn.size() == 1 ? std::optional(drawn.front()) : std::nullopt;
+        const QRect band(kSliderX - 2, line - 7, shot.width() - kSliderEndInset - kSliderX, 5);
+        const QRect drawn = shot.drawnBounds(band, shot.at(kSliderSymbolX - 8, line));
+        if (drawn.height() < 3 || drawn.width() < kKnobSize - 6 || drawn.width() > kKnobSize + 2)
+            return std::nullopt;
+        return WindowShot::Span{drawn.left(), drawn.right()};
     }
     // The groove with the handle on it, from the handle on.
     static WindowShot::Span groove(const WindowShot& shot, int line, const WindowShot::Span& knob) {
@@ -226,7 +248,8 @@ TEST_F(WindowEndToEnd, TickSwitchOnDelayAndSwitchOffWithThePointer) {
         << geometry.toStdString();
 
     // Four devices sorted by name: Bluetooth, built-in, HDMI, USB; none ticked, so no switch.
-    ASSERT_TRUE(waitForShot([](const WindowShot& shot) { return marks(shot).size() == 4; }));
+    ASSERT_TRUE(waitForSteadyShot([](const WindowShot& shot) { return marks(shot).size() == 4; }))
+        << "the window without the splash";
     for (const auto& mark : marks(*last))
         EXPECT_FALSE(ticked(*last, mark));
     EXPECT_FALSE(prominent(*last, barButton(*last))) << "nothing to switch on yet";
@@ -272,7 +295,7 @@ TEST_F(WindowEndToEnd, TickSwitchOnDelayAndSwitchOffWithThePointer) {
     pointer({knob.middle(), line}, {"mousedown", "1"});
     for (int step = 1; step <= 4; ++step)
         pointer({knob.middle() + (target - knob.middle()) * step / 4, line});
-    EXPECT_TRUE(waitForShot([&](const WindowShot& shot) {
+    ASSERT_TRUE(waitForShot([&](const WindowShot& shot) {
         const auto moved = handle(shot, line);
         return moved && std::abs(moved->middle() - target) <= 2;
     })) << "the handle under the pointer";

@@ -21,6 +21,7 @@ public:
     int height() const { return m_image.height(); }
     QRgb at(int x, int y) const { return m_image.pixel(x, y); }
     bool save(const QString& path) const { return m_image.save(path); }
+    bool operator==(const WindowShot& other) const { return m_image == other.m_image; }
 
     // Whether two colours look alike; anti-aliased edges of a shape are not alike.
     static bool alike(QRgb a, QRgb b, int tolerance = 24);
