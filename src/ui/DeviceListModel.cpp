@@ -4,8 +4,7 @@
 #include "MultiOutputController.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdlib>
+#include <limits>
 
 DeviceListModel::DeviceListModel(MultiOutputController& controller, LevelSource* levels,
                                  QObject* parent)
@@ -50,12 +49,11 @@ QString DeviceListModel::transportSymbol(AudioOutputDevice::Transport transport)
 namespace {
 
 // A volume is a 32-bit float; widened bit for bit, 0.7 would read as 0.69999998… and show "69%".
-// The shortest decimal that gives the same float back is what the user set.
+// Its value to the digits a float holds for sure is what the user set. (std::to_chars for floats
+// is missing from the macOS releases Brivello runs on.)
 double asDecimal(float value) {
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text - 1, value).ptr;
-    *end = '\0';
-    return std::strtod(text, nullptr);
+    return QString::number(static_cast<double>(value), 'g', std::numeric_limits<float>::digits10)
+        .toDouble();
 }
 
 } // namespace
