@@ -42,6 +42,14 @@ ApplicationWindow {
     palette.dark: Theme.dark ? "#18181a" : "#9c9ca3"
     palette.shadow: Theme.dark ? "#000000" : "#6c6c72"
 
+    // Quits Brivello, which otherwise lives on in the tray when the window closes. "Ctrl" is ⌘
+    // on macOS.
+    Shortcut {
+        sequence: "Ctrl+Q"
+        context: Qt.ApplicationShortcut
+        onActivated: Qt.quit()
+    }
+
     Binding {
         target: Theme
         property: "dark"
