@@ -29,8 +29,13 @@ bool TrayIcon::trayAvailable() {
 }
 
 void TrayIcon::setDark(bool dark) {
-    m_icon.setIcon(symbolIcon(QStringLiteral("hifispeaker.2.fill"),
-                              dark ? QColor(0xf2, 0xf2, 0xf4) : QColor(0x1c, 0x1c, 0x1e)));
+    QIcon icon = symbolIcon(QStringLiteral("hifispeaker.2.fill"),
+                            dark ? QColor(0xf2, 0xf2, 0xf4) : QColor(0x1c, 0x1c, 0x1e));
+#ifdef __APPLE__
+    // The menu bar tints a mask to match itself, light or dark.
+    icon.setIsMask(true);
+#endif
+    m_icon.setIcon(icon);
 }
 
 void TrayIcon::show() {
