@@ -8,6 +8,10 @@
 
 #include <algorithm>
 
+#ifdef __APPLE__
+#include "ApplicationFrontMac.h"
+#endif
+
 namespace {
 
 // A click on the icon that closes the panel by taking its focus arrives this soon after.
@@ -15,7 +19,8 @@ constexpr qint64 reopenGuardMs = 300;
 
 } // namespace
 
-TrayIcon::TrayIcon(QWindow& panel, QObject* parent) : QObject(parent), m_panel(panel) {
+TrayIcon::TrayIcon(QWindow& panel, QWindow& window, QObject* parent)
+    : QObject(parent), m_panel(panel), m_window(window) {
     m_icon.setToolTip(QStringLiteral("Brivello"));
     connect(&m_icon, &QSystemTrayIcon::activated, this, &TrayIcon::onActivated);
     connect(&m_panel, &QWindow::visibleChanged, this, [this](bool visible) {
@@ -54,6 +59,15 @@ QPoint TrayIcon::panelPosition(const QRect& icon, const QSize& panel, const QRec
     const int y = below ? icon.bottom() + 1 : icon.top() - panel.height();
     return {x, std::clamp(y, screen.top(),
                           std::max(screen.top(), screen.bottom() + 1 - panel.height()))};
+}
+
+void TrayIcon::openWindow() {
+#ifdef __APPLE__
+    bringApplicationToFront();
+#endif
+    m_window.show();
+    m_window.raise();
+    m_window.requestActivate();
 }
 
 void TrayIcon::onActivated(QSystemTrayIcon::ActivationReason reason) {

@@ -14,8 +14,8 @@ class QWindow;
 class TrayIcon : public QObject {
     Q_OBJECT
 public:
-    // `panel` must outlive this object.
-    explicit TrayIcon(QWindow& panel, QObject* parent = nullptr);
+    // `panel` and `window` (the main window) must outlive this object.
+    TrayIcon(QWindow& panel, QWindow& window, QObject* parent = nullptr);
 
     // Whether the desktop has a tray to put an icon in at all.
     static bool trayAvailable();
@@ -29,11 +29,16 @@ public:
     // screen. Without a known icon place, the screen's top-right corner.
     static QPoint panelPosition(const QRect& icon, const QSize& panel, const QRect& screen);
 
+public slots:
+    // The main window shown, raised and focused, in front of other applications' windows.
+    void openWindow();
+
 private:
     void onActivated(QSystemTrayIcon::ActivationReason reason);
 
     QSystemTrayIcon m_icon;
     QWindow& m_panel;
+    QWindow& m_window;
     // When the panel last closed: a click on the icon takes its focus first, and that click must
     // not open it again at once.
     QElapsedTimer m_sinceHidden;

@@ -100,13 +100,11 @@ int main(int argc, char** argv) {
              {QStringLiteral("zones"), QVariant::fromValue(&zones)}})));
     }
     if (panel) {
-        QObject::connect(panel.get(), SIGNAL(openWindowRequested()), window, SLOT(show()));
-        QObject::connect(panel.get(), SIGNAL(openWindowRequested()), window, SLOT(raise()));
-        QObject::connect(panel.get(), SIGNAL(openWindowRequested()), window,
-                         SLOT(requestActivate()));
+        tray = std::make_unique<TrayIcon>(*panel, *window);
+        QObject::connect(panel.get(), SIGNAL(openWindowRequested()), tray.get(),
+                         SLOT(openWindow()));
         QObject::connect(panel.get(), SIGNAL(quitRequested()), &app, SLOT(quit()),
                          Qt::QueuedConnection);
-        tray = std::make_unique<TrayIcon>(*panel);
         tray->setDark(appearance.dark());
         QObject::connect(&appearance, &AppearanceSetting::darkChanged, tray.get(),
                          [&] { tray->setDark(appearance.dark()); });
