@@ -259,6 +259,21 @@ TEST_F(TrayEndToEnd, ThePanelSwitchesZonesAndBrivelloLivesOnInTheTrayUntilItQuit
     EXPECT_TRUE(restored());
 }
 
+TEST_F(TrayEndToEnd, CtrlQInTheWindowQuitsAsThePanelDoes) {
+    trayer.setProcessEnvironment(environment);
+    trayer.start(QStringLiteral("trayer"),
+                 {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24"});
+    ASSERT_TRUE(waitUntil([this] { return trayRunning(); }));
+    startBrivello();
+    xdotool({"key", "ctrl+alt+a"});
+    ASSERT_TRUE(waitUntil([this] { return routedToLivingRoom(); }));
+    xdotool({"windowfocus", "--sync", QString::number(mainWindow)});
+    xdotool({"key", "ctrl+q"});
+    ASSERT_TRUE(brivello.waitForFinished(10000));
+    EXPECT_EQ(brivello.exitCode(), 0);
+    EXPECT_TRUE(restored());
+}
+
 TEST_F(TrayEndToEnd, WithoutATrayTheWindowIsTheWayBackSoClosingItQuits) {
     startBrivello();
     askToClose(mainWindow);
