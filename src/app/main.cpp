@@ -1,5 +1,5 @@
-// Brivello: the main window over the controller, the zones and their global hot keys, on the
-// platform's sound system.
+// Brivello: the main window and the tray icon over the controller, the zones and their global hot
+// keys, on the platform's sound system.
 #include "AppModel.h"
 #include "AppearanceSetting.h"
 #include "DeviceListModel.h"
