@@ -27,6 +27,8 @@ packages=(
   desktop-file-utils appstream dpkg-dev file
   # run and test: a private sound server, a virtual X display, key injection, sound analysis
   pulseaudio pulseaudio-utils xvfb xauth xdotool x11-utils sox
+  # a tray host for the tray icon's tests
+  trayer
   # the same tests on PipeWire: its daemon, session manager and pulse server, and a bus for them
   # (and for the stand-in desktop portal of the appearance tests)
   pipewire pipewire-pulse wireplumber dbus-daemon

@@ -1,5 +1,5 @@
-// Brivello: the main window over the controller, the zones and their global hot keys, on the
-// platform's sound system.
+// Brivello: the main window and the tray icon over the controller, the zones and their global hot
+// keys, on the platform's sound system.
 #include "AppModel.h"
 #include "AppearanceSetting.h"
 #include "DeviceListModel.h"
@@ -10,9 +10,10 @@
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
 #include "ToneGenerator.h"
+#include "TrayIcon.h"
 #include "ZoneListModel.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickStyle>
@@ -20,6 +21,7 @@
 #include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <cstdio>
 #include <memory>
 
 #ifdef __APPLE__
@@ -37,18 +39,19 @@
 Q_IMPORT_QML_PLUGIN(BrivelloPlugin)
 
 int main(int argc, char** argv) {
-    // A QGuiApplication's loop is the platform's: on macOS it drains the main dispatch queue (the
-    // Core Audio device-list listener) and dispatches Carbon events (the hot keys).
-    QGuiApplication app(argc, argv);
+    // The loop is the platform's: on macOS it drains the main dispatch queue (the Core Audio
+    // device-list listener) and dispatches Carbon events (the hot keys). A QApplication, because
+    // Qt's system tray lives in Qt Widgets.
+    QApplication app(argc, argv);
     // On macOS the settings land in the user defaults "de.tandrel.brivello".
-    QGuiApplication::setOrganizationName(QStringLiteral("tandrel"));
-    QGuiApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
-    QGuiApplication::setApplicationName(QStringLiteral("brivello"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Brivello"));
+    QApplication::setOrganizationName(QStringLiteral("tandrel"));
+    QApplication::setOrganizationDomain(QStringLiteral("tandrel.de"));
+    QApplication::setApplicationName(QStringLiteral("brivello"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Brivello"));
     // Desktops match the window to the installed de.tandrel.brivello.desktop by this name (the
     // Wayland app id) and by the X11 class "brivello", which Qt takes from the application name.
-    QGuiApplication::setDesktopFileName(QStringLiteral("de.tandrel.brivello"));
-    QGuiApplication::setWindowIcon(appLogoIcon());
+    QApplication::setDesktopFileName(QStringLiteral("de.tandrel.brivello"));
+    QApplication::setWindowIcon(appLogoIcon());
     // One look on every system: Qt would pick a different style per platform.
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     TerminationSignals stopSignals;
@@ -95,9 +98,39 @@ int main(int argc, char** argv) {
                        : qobject_cast<QWindow*>(engine.rootObjects().first());
     if (!window)
         return 1;
+
+    // Every way out (the panel's "Brivello beenden", Ctrl+Q / ⌘Q in the window, a termination
+    // signal) is QCoreApplication::quit(), which Qt.quit() reaches through the engine: on the way
+    // out the controller switches the multi-output device off, puts the previous default output
+    // back and removes any multi-output device left over.
+
+    QQmlComponent panelComponent(&engine, QUrl(QStringLiteral("qrc:/Brivello/MenuBarPanel.qml")));
+    std::unique_ptr<QWindow> panel;
+    std::unique_ptr<TrayIcon> tray;
+    if (TrayIcon::trayAvailable()) {
+        panel.reset(qobject_cast<QWindow*>(panelComponent.createWithInitialProperties(
+            {{QStringLiteral("status"), QVariant::fromValue(&status)},
+             {QStringLiteral("zones"), QVariant::fromValue(&zones)}})));
+    }
+    if (panel) {
+        tray = std::make_unique<TrayIcon>(*panel, *window);
+        QObject::connect(panel.get(), SIGNAL(openWindowRequested()), tray.get(),
+                         SLOT(openWindow()));
+        QObject::connect(panel.get(), SIGNAL(quitRequested()), &app, SLOT(quit()),
+                         Qt::QueuedConnection);
+        tray->setDark(appearance.dark());
+        QObject::connect(&appearance, &AppearanceSetting::darkChanged, tray.get(),
+                         [&] { tray->setDark(appearance.dark()); });
+        tray->show();
+        // Brivello lives on in the tray when its window closes.
+        QApplication::setQuitOnLastWindowClosed(false);
+    } else {
+        std::fputs("Brivello: no system tray on this desktop; Brivello works from its window and "
+                   "its hot keys, and closing the window quits it.\n",
+                   stderr);
+    }
+
     // The window leaves its visibility to whoever shows it (tests and screenshots do it too).
     window->show();
-    // Closing the window ends Brivello; the controller puts the previous default output back
-    // on the way out.
-    return QGuiApplication::exec();
+    return QApplication::exec();
 }

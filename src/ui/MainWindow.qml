@@ -48,6 +48,14 @@ ApplicationWindow {
     onMetersVisibleChanged: devices.metersShown = metersVisible
     Component.onCompleted: devices.metersShown = metersVisible
 
+    // Quits Brivello, which otherwise lives on in the tray when the window closes. "Ctrl" is ⌘
+    // on macOS.
+    Shortcut {
+        sequence: "Ctrl+Q"
+        context: Qt.ApplicationShortcut
+        onActivated: Qt.quit()
+    }
+
     Binding {
         target: Theme
         property: "dark"

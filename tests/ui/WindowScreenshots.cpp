@@ -1,5 +1,6 @@
-// Writes pictures of the main window in its typical states, light and dark, into the folder given
-// as the only argument: the window over the in-memory Core Audio, drawn offscreen.
+// Writes pictures of the main window in its typical states and of the tray panel, light and dark,
+// into the folder given as the only argument: the window over the in-memory Core Audio, drawn
+// offscreen.
 #include "KeyPressRecorder.h"
 #include "SymbolImageProvider.h"
 #include "WindowFixture.h"
@@ -16,6 +17,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <memory>
 
 Q_IMPORT_QML_PLUGIN(BrivelloPlugin)
 
@@ -29,6 +31,7 @@ struct Scene {
     std::function<void(QQuickWindow&)> shown = nullptr;
     bool splash = false; // the window opens behind the animated logo
     int settleMs = 400;  // fades, menus and meters settle
+    bool panel = false;  // the tray panel instead of the window, in the window's appearance
 };
 
 // Three zones as a user would have them: one with a hot key, one playing, and one whose devices
@@ -116,6 +119,8 @@ int main(int argc, char** argv) {
         {"hotkey-sheet", 4, threeZones, nullptr, sheetRecording},
         // Caught with the waves spreading, about two thirds into its 1.6 s.
         {"splash", 4, [](WindowFixture&) {}, nullptr, nullptr, true, 1050},
+        {"panel-empty", 4, [](WindowFixture&) {}, nullptr, nullptr, false, 400, true},
+        {"panel-zones", 4, threeZones, nullptr, nullptr, false, 400, true},
     };
 
     WindowFixture fixture;
@@ -145,6 +150,20 @@ int main(int argc, char** argv) {
             if (!window) {
                 ++failures;
                 continue;
+            }
+            // The panel takes its colours from the window, which decides the scheme.
+            QQmlComponent panelComponent(&engine,
+                                         QUrl(QStringLiteral("qrc:/Brivello/MenuBarPanel.qml")));
+            std::unique_ptr<QQuickWindow> panel;
+            if (scene.panel) {
+                panel.reset(qobject_cast<QQuickWindow*>(panelComponent.createWithInitialProperties(
+                    {{QStringLiteral("status"), QVariant::fromValue(fixture.status())},
+                     {QStringLiteral("zones"), QVariant::fromValue(fixture.zones())}})));
+                if (!panel) {
+                    ++failures;
+                    continue;
+                }
+                window = panel.get();
             }
             window->show();
             if (scene.shown)

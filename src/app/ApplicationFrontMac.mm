@@ -1,0 +1,7 @@
+#include "ApplicationFrontMac.h"
+
+#import <AppKit/AppKit.h>
+
+void bringApplicationToFront() {
+    [NSApp activateIgnoringOtherApps:YES];
+}
