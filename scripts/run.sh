@@ -11,7 +11,9 @@ cmake --build build --target brivello
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/brivello-run.XXXXXX")
 xvfb_pid=""
+tray_pid=""
 cleanup() {
+    [[ -n $tray_pid ]] && kill "$tray_pid" 2>/dev/null
     [[ -n $xvfb_pid ]] && kill "$xvfb_pid" 2>/dev/null
     ./scripts/private-sound-server.sh stop "$work/sound" 2>/dev/null || true
     rm -rf "$work"
@@ -34,9 +36,12 @@ if [[ -z ${DISPLAY:-} ]]; then
     xvfb_pid=$!
     read -r -t 10 display_number <&"$display_fd"
     export DISPLAY=":$display_number"
+    # A tray host, so Brivello's tray icon and panel are there too.
+    trayer --edge top --align right --widthtype request --height 24 >/dev/null 2>&1 &
+    tray_pid=$!
     echo "No X display: the window opens on a private Xvfb, $DISPLAY. Drive it there with xdotool"
     echo "(DISPLAY=$DISPLAY xdotool search --name Brivello), or see it with ./scripts/screenshots.sh."
 fi
 
-echo "Starting Brivello; closing its window or Ctrl-C ends it."
+echo "Starting Brivello; \"Brivello beenden\" in its tray panel, Ctrl+Q in its window or Ctrl-C here ends it."
 ./build/src/app/brivello
