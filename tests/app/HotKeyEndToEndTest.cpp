@@ -1,10 +1,9 @@
-#include "PrivateSoundServer.h"
+#include "PrivateDesktopTest.h"
 #include "ZoneCoding.h"
 #include "ZoneStore.h"
 
 #include <QColor>
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QImage>
 #include <QProcess>
@@ -26,13 +25,6 @@
 // focus, the result read back from the sound server.
 
 namespace {
-
-bool waitUntil(const std::function<bool()>& done, int milliseconds = 8000) {
-    for (QDeadlineTimer deadline(milliseconds); !done(); QThread::msleep(50))
-        if (deadline.hasExpired())
-            return false;
-    return true;
-}
 
 // Another application on the same display: it holds a shortcut of its own or changes the
 // keyboard layout. Latin-1 key symbols are their characters.
@@ -85,44 +77,13 @@ public:
     int presses = 0;
 };
 
-class HotKeyEndToEnd : public testing::Test {
+class HotKeyEndToEnd : public PrivateDesktopTest {
 protected:
-    void SetUp() override {
-        // Xvfb writes the display number it picked once it accepts clients.
-        // -fbdir: the screen is a file the test can look at.
-        xvfb.start(QStringLiteral("Xvfb"),
-                   {"-displayfd", "1", "-nolisten", "tcp", "-fbdir", folder.path()});
-        ASSERT_TRUE(xvfb.waitForReadyRead(10000));
-        display = ':' + QString::fromLatin1(xvfb.readLine()).trimmed();
-        // The server's client environment is set in this process, so brivello inherits it.
-        ASSERT_TRUE(sound.start());
-        environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        environment.insert(QStringLiteral("HOME"), folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
-        // Under the sanitizers brivello's exit would count what libdbus and Qt's platform plugins
-        // keep for the whole process (the window reaches for a session bus); leaks of Brivello's
-        // own code are caught by the tests that run it in-process.
-        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-        originalDefault = sound.defaultSink();
-    }
     void TearDown() override {
-        // Xvfb is asked to end, so it removes its lock file.
-        for (QProcess* process : {&focused, &xvfb}) {
-            process->terminate();
-            process->waitForFinished();
-        }
+        focused.terminate();
+        focused.waitForFinished();
+        PrivateDesktopTest::TearDown();
     }
-
-    QString xdotool(const QStringList& arguments) {
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("xdotool"), arguments);
-        process.waitForFinished();
-        return QString::fromLatin1(process.readAllStandardOutput()).trimmed();
-    }
-    // Keys one after another, separated by spaces.
-    void type(const QString& keys) { xdotool(QStringList{"key"} + keys.split(' ')); }
 
     bool routedTo(const QStringList& present, const QStringList& absent) {
         if (!QString::fromStdString(sound.defaultSink()).contains("brivello", Qt::CaseInsensitive))
@@ -168,21 +129,14 @@ protected:
                !sound.pactl({"list", "short", "sinks"}).contains("brivello", Qt::CaseInsensitive);
     }
 
-    QProcess xvfb;
-    QString display;
-    QTemporaryDir folder;
-    PrivateSoundServer sound;
-    QProcessEnvironment environment;
-    std::string originalDefault;
     QProcess focused;
-    QProcess brivello;
 };
 
 } // namespace
 
 TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     {
-        QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+        QSettings settings(settingsFile(), QSettings::IniFormat);
         ZoneStore zones(&settings);
         zones.add("Wohnzimmer", {"usb_dac", "builtin_speakers"});
         zones.add("Küche", {"bt_speaker"});
@@ -201,9 +155,7 @@ TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     ASSERT_FALSE(window.isEmpty());
     xdotool({"windowfocus", "--sync", window.split('\n').first()});
 
-    brivello.setProcessEnvironment(environment);
-    brivello.setProcessChannelMode(QProcess::ForwardedChannels);
-    brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
+    startBrivello();
     // Its hot keys are registered right after it has connected to the sound server.
     ASSERT_TRUE(waitUntil([this] {
         return sound.pactl({"list", "clients"}).contains("Brivello");
@@ -261,16 +213,14 @@ TEST_F(HotKeyEndToEnd, ZoneKeysSwitchTheSoundFromAnywhere) {
     ASSERT_TRUE(brivello.waitForFinished(10000));
     EXPECT_EQ(brivello.exitCode(), 0);
     EXPECT_TRUE(restored());
-    QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+    QSettings settings(settingsFile(), QSettings::IniFormat);
     ZoneStore zones(&settings);
     ASSERT_EQ(zones.zones().size(), 3u);
     EXPECT_EQ(zones.zones()[2].hotKey, (HotKeyCombo{0x08, 0x1800, "⌃⌥"})) << "kept as it was";
 }
 
 TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWithIt) {
-    brivello.setProcessEnvironment(environment);
-    brivello.setProcessChannelMode(QProcess::ForwardedChannels);
-    brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
+    startBrivello();
     const QString window =
         xdotool({"search", "--sync", "--classname", "^brivello$"}).split('\n').first();
     ASSERT_FALSE(window.isEmpty());
@@ -286,10 +236,8 @@ TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWith
         xdotool({"click", button});
         QThread::msleep(500); // a menu or dialog opens, under the sanitizers too
     };
-    // The window opens behind the splash screen; a click on the title ends it, and it fades.
-    click(100, 30);
-    QThread::msleep(700);
-    QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+    endSplash(window);
+    QSettings settings(settingsFile(), QSettings::IniFormat);
     auto stored = [&settings] {
         settings.sync();
         return decodeZones(settings.value(ZoneStore::key).toByteArray().toStdString())

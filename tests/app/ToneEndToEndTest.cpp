@@ -1,9 +1,8 @@
-#include "PrivateSoundServer.h"
+#include "PrivateDesktopTest.h"
 #include "SoundProbe.h"
 #include "ZoneStore.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
@@ -20,43 +19,8 @@
 
 namespace {
 
-bool waitUntil(const std::function<bool()>& done, int milliseconds = 8000) {
-    for (QDeadlineTimer deadline(milliseconds); !done(); QThread::msleep(50))
-        if (deadline.hasExpired())
-            return false;
-    return true;
-}
-
-class ToneEndToEnd : public testing::Test {
+class ToneEndToEnd : public PrivateDesktopTest {
 protected:
-    void SetUp() override {
-        xvfb.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-nolisten", "tcp"});
-        ASSERT_TRUE(xvfb.waitForReadyRead(10000));
-        display = ':' + QString::fromLatin1(xvfb.readLine()).trimmed();
-        ASSERT_TRUE(sound.start());
-        environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        environment.insert(QStringLiteral("HOME"), folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
-        // Under AddressSanitizer brivello's leak check at exit is off: its window leaves blocks of
-        // Qt Quick and Mesa whose stacks LeakSanitizer cannot read (libraries without frame
-        // pointers, a driver unloaded by then). Every other check of the sanitizers stays on.
-        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-    }
-    void TearDown() override {
-        for (QProcess* process : {&brivello, &xvfb}) {
-            process->terminate();
-            process->waitForFinished();
-        }
-    }
-
-    QString xdotool(const QStringList& arguments) {
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("xdotool"), arguments);
-        process.waitForFinished();
-        return QString::fromLatin1(process.readAllStandardOutput()).trimmed();
-    }
     bool toneStream() { return sound.pactl({"list", "sink-inputs"}).contains("\"Testton\""); }
     // Presses the button and waits until the server has the tone's stream, or has it no more.
     void pressTone(bool playing) {
@@ -100,32 +64,21 @@ protected:
         }
         return result;
     }
-
-    QProcess xvfb;
-    QString display;
-    QTemporaryDir folder;
-    PrivateSoundServer sound;
-    QProcessEnvironment environment;
-    QProcess brivello;
 };
 
 } // namespace
 
 TEST_F(ToneEndToEnd, TheToneButtonPlaysOnEveryActiveDeviceAndAfterAServerRestart) {
     {
-        QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+        QSettings settings(settingsFile(), QSettings::IniFormat);
         ZoneStore zones(&settings);
         zones.add("Wohnzimmer", {"usb_dac", "builtin_speakers"});
         zones.setHotKey(HotKeyCombo{0x00, 0x1800, "⌃⌥"}, zones.zones()[0]); // ⌃⌥A
     }
-    brivello.setProcessEnvironment(environment);
-    brivello.setProcessChannelMode(QProcess::ForwardedChannels);
-    brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
+    startBrivello();
     ASSERT_TRUE(waitUntil([this] { return connected(); }));
     QThread::msleep(1000);
-    // The window opens behind the splash screen; a click on the title ends it, and it fades.
-    clickInWindow(100, 30);
-    QThread::msleep(700);
+    endSplash(xdotool({"search", "--onlyvisible", "--name", "^Brivello$"}).section('\n', 0, 0));
     const QString userDefault = QString::fromStdString(sound.defaultSink());
 
     xdotool({"key", "ctrl+alt+a"});

@@ -1,9 +1,8 @@
-#include "PrivateSoundServer.h"
+#include "PrivateDesktopTest.h"
 #include "WindowShot.h"
 #include "ZoneStore.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QProcess>
 #include <QSettings>
@@ -23,39 +22,20 @@
 
 namespace {
 
-bool waitUntil(const std::function<bool()>& done, int milliseconds = 10000) {
-    for (QDeadlineTimer deadline(milliseconds); !done(); QThread::msleep(50))
-        if (deadline.hasExpired())
-            return false;
-    return true;
-}
-
 // The panel's light scheme: its background and the accent of the active zone's check mark.
 constexpr QRgb kPanelBackground = qRgb(0xfb, 0xfb, 0xfc);
 constexpr QRgb kAccent = qRgb(0x00, 0x7a, 0xff);
 // Qt adds " — Brivello" to it once the window is gone.
 const QString kPanelTitle = QStringLiteral("^Brivello-Menü");
 
-class TrayEndToEnd : public testing::Test {
+class TrayEndToEnd : public PrivateDesktopTest {
 protected:
     void SetUp() override {
-        xvfb.start(QStringLiteral("Xvfb"),
-                   {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1280x1024x24"});
-        ASSERT_TRUE(xvfb.waitForReadyRead(10000));
-        display = ':' + QString::fromLatin1(xvfb.readLine()).trimmed();
-        x = xcb_connect(display.toLatin1().constData(), nullptr);
-        ASSERT_FALSE(xcb_connection_has_error(x));
-        ASSERT_TRUE(sound.start());
-        environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        environment.insert(QStringLiteral("HOME"), folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
-        // Libraries' process-lifetime memory would count as leaks at brivello's exit; Brivello's
-        // own code is leak-checked by the tests that run it in-process.
-        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-        originalDefault = sound.defaultSink();
+        PrivateDesktopTest::SetUp();
+        if (HasFatalFailure())
+            return;
 
-        QSettings settings(folder.filePath("config/tandrel/brivello.conf"), QSettings::IniFormat);
+        QSettings settings(settingsFile(), QSettings::IniFormat);
         ZoneStore zones(&settings);
         zones.add("Wohnzimmer", {"usb_dac", "builtin_speakers"});
         zones.add("Garten", {"garden_speaker"}); // never connected
@@ -63,27 +43,11 @@ protected:
         zones.setHotKey(HotKeyCombo{0x00, 0x1800, "⌃⌥A"}, zones.zones()[0]);
     }
     void TearDown() override {
-        if (HasFailure() && last) {
-            const QString path = QDir::temp().filePath(
-                QStringLiteral("brivello-panel-%1.png").arg(QCoreApplication::applicationPid()));
-            if (last->save(path))
-                std::fprintf(stderr, "the panel's last picture: %s\n", qPrintable(path));
-        }
-        for (QProcess* process : {&brivello, &trayer, &xvfb}) {
-            process->terminate();
-            process->waitForFinished();
-        }
-        if (x)
-            xcb_disconnect(x);
+        trayer.terminate();
+        trayer.waitForFinished();
+        PrivateDesktopTest::TearDown();
     }
 
-    QString xdotool(const QStringList& arguments) {
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("xdotool"), arguments);
-        process.waitForFinished();
-        return QString::fromLatin1(process.readAllStandardOutput()).trimmed();
-    }
     // The first visible window whose title matches, or 0.
     xcb_window_t visibleWindow(const QString& title) {
         return xdotool({"search", "--onlyvisible", "--name", title}).section('\n', 0, 0).toUInt();
@@ -131,18 +95,17 @@ protected:
         xcb_flush(x);
     }
 
-    void startBrivello() {
-        brivello.setProcessEnvironment(environment);
+    // Brivello with its window up, connected to the sound server; its standard error is read.
+    void launch() {
+        startBrivello(QProcess::SeparateChannels);
         brivello.setReadChannel(QProcess::StandardError);
-        brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
         ASSERT_TRUE(waitUntil([this] { return visibleMainWindow() != 0; }));
         mainWindow = visibleMainWindow();
         ASSERT_TRUE(waitUntil([this] {
             return sound.pactl({"list", "clients"}).contains("Brivello");
         }));
-        // The window opens behind the splash screen; a click on the title ends it.
         QThread::msleep(1000);
-        clickAt(mainWindow, 100, 30);
+        endSplash(QString::number(mainWindow));
     }
 
     // Clicks the tray icon, the only icon in the tray at the screen's top-right corner, and
@@ -182,17 +145,8 @@ protected:
                !sound.pactl({"list", "short", "modules"}).contains("brivello");
     }
 
-    QProcess xvfb;
     QProcess trayer;
-    QString display;
-    xcb_connection_t* x = nullptr;
-    QTemporaryDir folder;
-    PrivateSoundServer sound;
-    QProcessEnvironment environment;
-    std::string originalDefault;
-    QProcess brivello;
     xcb_window_t mainWindow = 0;
-    std::optional<WindowShot> last;
 };
 
 } // namespace
@@ -202,7 +156,7 @@ TEST_F(TrayEndToEnd, ThePanelSwitchesZonesAndBrivelloLivesOnInTheTrayUntilItQuit
     trayer.start(QStringLiteral("trayer"),
                  {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24"});
     ASSERT_TRUE(waitUntil([this] { return trayRunning(); }));
-    startBrivello();
+    launch();
     ASSERT_TRUE(restored());
 
     xcb_window_t panel = openPanel();
@@ -264,7 +218,7 @@ TEST_F(TrayEndToEnd, CtrlQInTheWindowQuitsAsThePanelDoes) {
     trayer.start(QStringLiteral("trayer"),
                  {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24"});
     ASSERT_TRUE(waitUntil([this] { return trayRunning(); }));
-    startBrivello();
+    launch();
     xdotool({"key", "ctrl+alt+a"});
     ASSERT_TRUE(waitUntil([this] { return routedToLivingRoom(); }));
     xdotool({"windowfocus", "--sync", QString::number(mainWindow)});
@@ -275,7 +229,7 @@ TEST_F(TrayEndToEnd, CtrlQInTheWindowQuitsAsThePanelDoes) {
 }
 
 TEST_F(TrayEndToEnd, WithoutATrayTheWindowIsTheWayBackSoClosingItQuits) {
-    startBrivello();
+    launch();
     askToClose(mainWindow);
     ASSERT_TRUE(brivello.waitForFinished(10000));
     EXPECT_EQ(brivello.exitCode(), 0);

@@ -1,8 +1,7 @@
-#include "PrivateSoundServer.h"
+#include "PrivateDesktopTest.h"
 #include "WindowShot.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
@@ -26,13 +25,6 @@ const QString kOwnSink = QStringLiteral("de.tandrel.brivello.multioutput");
 // Each member plays through a loopback of this latency plus the member's delay.
 constexpr int kBaseLatencyMs = 60;
 
-bool waitUntil(const std::function<bool()>& done, int milliseconds = 10000) {
-    for (QDeadlineTimer deadline(milliseconds); !done(); QThread::msleep(30))
-        if (deadline.hasExpired())
-            return false;
-    return true;
-}
-
 // The window's layout, from its views: device rows with 24 px of margin on either side, the
 // selection mark (19 px) at the right end of a row's main line, the slider lines under a ticked
 // row indented by 34 px, led by a 14 px symbol and followed by the value in a 44 px box.
@@ -51,52 +43,8 @@ bool reddish(QRgb pixel) {
     return qRed(pixel) - qBlue(pixel) > 15;
 }
 
-class WindowEndToEnd : public testing::Test {
+class WindowEndToEnd : public PrivateDesktopTest {
 protected:
-    void SetUp() override {
-        // Xvfb writes the display number it picked once it accepts clients.
-        xvfb.start(QStringLiteral("Xvfb"),
-                   {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1280x1024x24"});
-        ASSERT_TRUE(xvfb.waitForReadyRead(10000));
-        display = ':' + QString::fromLatin1(xvfb.readLine()).trimmed();
-        x = xcb_connect(display.toLatin1().constData(), nullptr);
-        ASSERT_FALSE(xcb_connection_has_error(x));
-        // The server's client environment is set in this process, so brivello inherits it.
-        ASSERT_TRUE(sound.start());
-        environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DISPLAY"), display);
-        environment.insert(QStringLiteral("HOME"), folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath("config"));
-        // Under AddressSanitizer brivello's leak check at exit is off: Qt Quick's pixmap cache and
-        // Mesa leave blocks whose stacks LeakSanitizer cannot read (libraries without frame
-        // pointers, a driver unloaded by then), so nothing could tell them from Brivello's own.
-        // Every other check of the sanitizers stays on.
-        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-        originalDefault = sound.defaultSink();
-    }
-    void TearDown() override {
-        // The last picture shows what the window did instead.
-        if (HasFailure() && last) {
-            const QString path = QDir::temp().filePath(
-                QStringLiteral("brivello-window-%1.png").arg(QCoreApplication::applicationPid()));
-            if (last->save(path))
-                std::fprintf(stderr, "the window's last picture: %s\n", qPrintable(path));
-        }
-        for (QProcess* process : {&brivello, &xvfb}) {
-            process->terminate();
-            process->waitForFinished();
-        }
-        if (x)
-            xcb_disconnect(x);
-    }
-
-    QString xdotool(const QStringList& arguments) {
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("xdotool"), arguments);
-        process.waitForFinished();
-        return QString::fromLatin1(process.readAllStandardOutput()).trimmed();
-    }
     // Real pointer events at a place in the window, then `then` (click 1, mousedown 1, …).
     void pointer(QPoint at, const QStringList& then = {}) {
         xdotool(QStringList{"mousemove", "--window", QString::number(window),
@@ -221,24 +169,13 @@ protected:
                !sound.pactl({"list", "short", "modules"}).contains("brivello");
     }
 
-    QProcess xvfb;
-    QString display;
-    xcb_connection_t* x = nullptr;
-    QTemporaryDir folder;
-    PrivateSoundServer sound;
-    QProcessEnvironment environment;
-    std::string originalDefault;
-    QProcess brivello;
     xcb_window_t window = 0;
-    std::optional<WindowShot> last;
 };
 
 } // namespace
 
 TEST_F(WindowEndToEnd, TickSwitchOnDelayAndSwitchOffWithThePointer) {
-    brivello.setProcessEnvironment(environment);
-    brivello.setProcessChannelMode(QProcess::ForwardedChannels);
-    brivello.start(QStringLiteral(BRIVELLO_PROGRAM), {});
+    startBrivello();
     ASSERT_TRUE(waitUntil(
         [this] {
             window = xdotool({"search", "--onlyvisible", "--name", "^Brivello$"}).toUInt();
@@ -249,10 +186,8 @@ TEST_F(WindowEndToEnd, TickSwitchOnDelayAndSwitchOffWithThePointer) {
     EXPECT_TRUE(geometry.contains("WIDTH=520") && geometry.contains("HEIGHT=680"))
         << geometry.toStdString();
 
-    // The window opens behind the splash screen; a click on the title ends it, and it fades.
     QThread::msleep(500);
-    click({100, 30});
-    QThread::msleep(700);
+    endSplash(QString::number(window));
     // Four devices sorted by name: Bluetooth, built-in, HDMI, USB; none ticked, so no switch.
     ASSERT_TRUE(waitForSteadyShot([](const WindowShot& shot) { return marks(shot).size() == 4; }))
         << "the window without the splash";
