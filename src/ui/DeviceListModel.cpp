@@ -1,5 +1,7 @@
 #include "DeviceListModel.h"
 
+#include "KeyedRows.h"
+
 #include "LevelSource.h"
 #include "MultiOutputController.h"
 
@@ -81,9 +83,7 @@ std::vector<DeviceListModel::Row> DeviceListModel::currentRows() const {
 }
 
 int DeviceListModel::rowOf(AudioDeviceID id) const {
-    auto it = std::find_if(m_rows.begin(), m_rows.end(),
-                           [id](const Row& row) { return row.device.id == id; });
-    return it == m_rows.end() ? -1 : static_cast<int>(it - m_rows.begin());
+    return KeyedRows::indexOf(m_rows, id, rowKey);
 }
 
 void DeviceListModel::setMetersShown(bool shown) {
@@ -125,7 +125,7 @@ void DeviceListModel::onLevelChanged(const std::string& uid) {
 
 void DeviceListModel::sync() {
     const auto target = currentRows();
-    syncMembership(target);
+    KeyedRows::syncMembership(*this, m_rows, target, rowKey);
 
     // Same ids in the same order now: announce each row's changed roles only.
     for (std::size_t i = 0; i < target.size(); ++i) {
@@ -155,38 +155,6 @@ void DeviceListModel::sync() {
         emit dataChanged(changed, changed, roles);
     }
     watchLevels();
-}
-
-void DeviceListModel::syncMembership(const std::vector<Row>& target) {
-    const auto inTarget = [&target](AudioDeviceID id) {
-        return std::any_of(target.begin(), target.end(),
-                           [id](const Row& row) { return row.device.id == id; });
-    };
-    for (int i = static_cast<int>(m_rows.size()) - 1; i >= 0; --i) {
-        if (inTarget(m_rows[i].device.id))
-            continue;
-        beginRemoveRows({}, i, i);
-        m_rows.erase(m_rows.begin() + i);
-        endRemoveRows();
-    }
-    // Walk the target order: a row already here moves into place, a new one is inserted there.
-    // What it shows is left as it was, so the per-row pass can tell what changed.
-    for (int i = 0; i < static_cast<int>(target.size()); ++i) {
-        const int from = rowOf(target[i].device.id);
-        if (from == i)
-            continue;
-        if (from < 0) {
-            beginInsertRows({}, i, i);
-            m_rows.insert(m_rows.begin() + i, target[i]);
-            endInsertRows();
-            continue;
-        }
-        beginMoveRows({}, from, from, {}, i);
-        Row moved = std::move(m_rows[from]);
-        m_rows.erase(m_rows.begin() + from);
-        m_rows.insert(m_rows.begin() + i, std::move(moved));
-        endMoveRows();
-    }
 }
 
 int DeviceListModel::rowCount(const QModelIndex& parent) const {

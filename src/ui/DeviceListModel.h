@@ -80,8 +80,9 @@ private:
     // Brings the rows to the controller's state with inserts, removals, moves and per-row
     // changes; never a reset.
     void sync();
-    void syncMembership(const std::vector<Row>& target);
     int rowOf(AudioDeviceID id) const;
+    static AudioDeviceID rowKey(const Row& row) { return row.device.id; }
+    friend struct KeyedRows;
     // Measures the devices whose meters can be seen, and no others.
     void watchLevels();
     void onLevelChanged(const std::string& uid);

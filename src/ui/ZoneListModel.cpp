@@ -1,5 +1,7 @@
 #include "ZoneListModel.h"
 
+#include "KeyedRows.h"
+
 #include "AppModel.h"
 #include "Zone.h"
 
@@ -70,14 +72,12 @@ std::vector<ZoneListModel::Row> ZoneListModel::currentRows() const {
 }
 
 int ZoneListModel::rowOf(const QUuid& id) const {
-    auto it =
-        std::find_if(m_rows.begin(), m_rows.end(), [&id](const Row& row) { return row.id == id; });
-    return it == m_rows.end() ? -1 : static_cast<int>(it - m_rows.begin());
+    return KeyedRows::indexOf(m_rows, id, rowKey);
 }
 
 void ZoneListModel::sync() {
     const auto target = currentRows();
-    syncMembership(target);
+    KeyedRows::syncMembership(*this, m_rows, target, rowKey);
 
     // Same ids in the same order now: announce each row's changed roles only.
     for (std::size_t i = 0; i < target.size(); ++i) {
@@ -103,36 +103,6 @@ void ZoneListModel::sync() {
         m_rows[i] = after;
         const auto changed = index(static_cast<int>(i));
         emit dataChanged(changed, changed, roles);
-    }
-}
-
-void ZoneListModel::syncMembership(const std::vector<Row>& target) {
-    const auto inTarget = [&target](const QUuid& id) {
-        return std::any_of(target.begin(), target.end(),
-                           [&id](const Row& row) { return row.id == id; });
-    };
-    for (int i = static_cast<int>(m_rows.size()) - 1; i >= 0; --i) {
-        if (inTarget(m_rows[i].id))
-            continue;
-        beginRemoveRows({}, i, i);
-        m_rows.erase(m_rows.begin() + i);
-        endRemoveRows();
-    }
-    for (int i = 0; i < static_cast<int>(target.size()); ++i) {
-        const int from = rowOf(target[i].id);
-        if (from == i)
-            continue;
-        if (from < 0) {
-            beginInsertRows({}, i, i);
-            m_rows.insert(m_rows.begin() + i, target[i]);
-            endInsertRows();
-            continue;
-        }
-        beginMoveRows({}, from, from, {}, i);
-        Row moved = std::move(m_rows[from]);
-        m_rows.erase(m_rows.begin() + from);
-        m_rows.insert(m_rows.begin() + i, std::move(moved));
-        endMoveRows();
     }
 }
 

@@ -82,8 +82,9 @@ private:
     std::vector<Row> currentRows() const;
     // Brings the rows to the zones' state with inserts, removals, moves and per-row changes.
     void sync();
-    void syncMembership(const std::vector<Row>& target);
     int rowOf(const QUuid& id) const;
+    static QUuid rowKey(const Row& row) { return row.id; }
+    friend struct KeyedRows;
     std::optional<Zone> zone(const QString& id) const;
 
     AppModel& m_app;
