@@ -1,4 +1,3 @@
-#include "Appearance.h"
 #include "AppearanceSetting.h"
 #include "SchemeTestSupport.h"
 #include "SystemColorScheme.h"
@@ -8,35 +7,6 @@
 #include <QVariantMap>
 
 #include <gtest/gtest.h>
-
-TEST(Appearance, ThreeCasesInMenuOrderEachWithItsTextSymbolAndScheme) {
-    struct Case {
-        Appearance appearance;
-        const char* raw;
-        const char* title;
-        const char* symbol;
-        std::optional<ColorScheme> scheme;
-    };
-    const Case expected[] = {
-        {Appearance::System, "system", "System", "circle.lefthalf.filled", std::nullopt},
-        {Appearance::Light, "light", "Hell", "sun.max", ColorScheme::Light},
-        {Appearance::Dark, "dark", "Dunkel", "moon", ColorScheme::Dark},
-    };
-    ASSERT_EQ(allAppearances.size(), std::size(expected));
-    for (std::size_t i = 0; i < allAppearances.size(); ++i) {
-        const Appearance a = allAppearances[i];
-        EXPECT_EQ(a, expected[i].appearance);
-        EXPECT_EQ(rawValue(a), QLatin1String(expected[i].raw));
-        EXPECT_EQ(title(a), QLatin1String(expected[i].title));
-        EXPECT_EQ(symbolName(a), QLatin1String(expected[i].symbol));
-        EXPECT_EQ(colorScheme(a), expected[i].scheme);
-        EXPECT_EQ(appearanceFromRaw(rawValue(a)), a);
-    }
-    for (const char* other : {"", "Dark", " light", "blue"}) {
-        EXPECT_EQ(appearanceFromRaw(QString::fromLatin1(other)), std::nullopt) << other;
-        EXPECT_EQ(currentAppearance(QString::fromLatin1(other)), Appearance::System) << other;
-    }
-}
 
 namespace {
 
