@@ -4,13 +4,10 @@
 
 #include <QColor>
 #include <QCoreApplication>
-#include <QFile>
-#include <QImage>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
-#include <QtEndian>
 
 #include <gtest/gtest.h>
 
@@ -100,24 +97,16 @@ protected:
         auto fed = [&fedSinks](const QString& sink) { return fedSinks.contains(sink); };
         return std::ranges::all_of(present, fed) && std::ranges::none_of(absent, fed);
     }
-    // The screen as Xvfb keeps it: an XWD file, 32-bit pixels after its header and colour map.
-    QImage screen() {
-        QFile file(folder.filePath("Xvfb_screen0"));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        const QByteArray data = file.readAll();
-        auto field = [&data](int i) { return qFromBigEndian<quint32>(data.constData() + 4 * i); };
-        const qsizetype offset = field(0) + field(19) * 12;
-        return QImage(reinterpret_cast<const uchar*>(data.constData() + offset), int(field(4)),
-                      int(field(5)), int(field(12)), QImage::Format_RGB32)
-            .copy();
-    }
-    // Whether the warning mark's orange is drawn in the band of the zone row centred at `y`.
+    // Whether the warning mark's orange is drawn in the band of the zone row centred at `y`, on
+    // the screen, at whose corner the window sits.
     bool warningMarkAt(int y) {
-        const QImage image = screen();
+        const auto screen =
+            WindowShot::capture(x, xcb_setup_roots_iterator(xcb_get_setup(x)).data->root);
+        if (!screen)
+            return false;
         for (int py = y - 8; py <= y + 8; ++py)
             for (int px = 380; px < 470; ++px) {
-                const QColor c = image.pixelColor(px, py);
+                const QColor c = QColor::fromRgb(screen->at(px, py));
                 if (c.red() > 180 && c.green() > 80 && c.green() < 190 && c.blue() < 80)
                     return true;
             }

@@ -16,8 +16,8 @@ bool waitUntil(const std::function<bool()>& done, int milliseconds) {
 
 void PrivateDesktopTest::SetUp() {
     // Xvfb writes the display number it picked once it accepts clients.
-    xvfb.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0",
-                                        "1280x1024x24", "-fbdir", folder.path()});
+    xvfb.start(QStringLiteral("Xvfb"),
+               {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1280x1024x24"});
     ASSERT_TRUE(xvfb.waitForReadyRead(10000));
     display = ':' + QString::fromLatin1(xvfb.readLine()).trimmed();
     x = xcb_connect(display.toLatin1().constData(), nullptr);

@@ -20,9 +20,8 @@
 // Whether `done` held within `milliseconds`, asked every 50 ms.
 bool waitUntil(const std::function<bool()>& done, int milliseconds = 10000);
 
-// Where the real brivello program runs in an end-to-end test: a private Xvfb (its screen kept as
-// the file Xvfb_screen0 in the home), a private sound server with the four typed speakers, a home
-// and settings of its own, and xdotool on that display.
+// Where the real brivello program runs in an end-to-end test: a private Xvfb, a private sound
+// server with the four typed speakers, a home and settings of its own, and xdotool on that display.
 class PrivateDesktopTest : public testing::Test {
 protected:
     void SetUp() override;
