@@ -1,17 +1,10 @@
 #include "SymbolImageProvider.h"
-#include "LucideIcon.h"
-#include "SymbolIcon.h"
 #include "SymbolRenderer.h"
-#include "SymbolTable.h"
 
 #include <QGuiApplication>
-#include <QQmlComponent>
-#include <QQmlEngine>
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <vector>
 
 namespace {
 
@@ -72,12 +65,6 @@ TEST(SymbolImageProvider, DrawsTheColourAndSizeAskedAndAQuestionMarkForWhatItDoe
     EXPECT_EQ(messages, 0);
     EXPECT_TRUE(onlyColor(unknown, Qt::green));
     EXPECT_GT(maxAlpha(unknown), 0);
-#ifndef Q_OS_DARWIN
-    QImage questionMark =
-        renderLucideIcon(lucideResourcePath(fallbackSymbol()), fallbackSymbol().parts, {32, 32});
-    EXPECT_EQ(unknown.convertToFormat(QImage::Format_Alpha8),
-              questionMark.convertToFormat(QImage::Format_Alpha8));
-#endif
     EXPECT_TRUE(onlyColor(badColor, Qt::black));
     EXPECT_EQ(noSize.size(), QSize(24, 24));
 
@@ -88,52 +75,6 @@ TEST(SymbolImageProvider, DrawsTheColourAndSizeAskedAndAQuestionMarkForWhatItDoe
     EXPECT_EQ(logo, renderAppLogo({64, 64}));
     EXPECT_FALSE(onlyColor(logo, logo.pixelColor(32, 60)));
     EXPECT_FALSE(onlyColor(logo, Qt::red));
-
-    // The window icon holds the logo drawn at each size, not one drawing scaled.
-    EXPECT_EQ(
-        appLogoIcon().pixmap(64).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
-        logo);
-    EXPECT_GE(appLogoIcon().availableSizes().size(), 8);
-}
-
-namespace {
-
-// Keeps what it hands to QML, to look at it without a window.
-class RecordingProvider : public SymbolImageProvider {
-public:
-    QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override {
-        return served.emplace_back(SymbolImageProvider::requestImage(id, size, requestedSize));
-    }
-    std::vector<QImage> served;
-};
-
-} // namespace
-
-// The ids as QML writes them into image:// URLs, where '#' may stand as it is or come encoded.
-TEST(SymbolImageProvider, QmlImagesGetTheirSymbolsThroughTheProvider) {
-    QQmlEngine engine;
-    auto* provider = new RecordingProvider;
-    engine.addImageProvider(QLatin1String(SymbolImageProvider::name), provider);
-    QQmlComponent component(&engine);
-    component.setData(R"(
-        import QtQuick
-        Row {
-            Repeater {
-                model: ["circle.fill?color=#ff0000", "circle.fill?color=%2300c000",
-                        "circle.fill?color=" + Qt.rgba(0, 0, 1, 1), "AppLogo"]
-                Image { source: "image://symbol/" + modelData; sourceSize: "40x40" }
-            }
-        })",
-                      QUrl());
-    std::unique_ptr<QObject> row(component.create());
-    ASSERT_NE(row, nullptr) << component.errorString().toStdString();
-
-    const std::vector<QImage>& served = provider->served;
-    ASSERT_EQ(served.size(), 4u);
-    EXPECT_EQ(served[0].pixelColor(20, 20), QColor(0xff, 0, 0));
-    EXPECT_EQ(served[1].pixelColor(20, 20), QColor(0, 0xc0, 0));
-    EXPECT_EQ(served[2].pixelColor(20, 20), QColor(0, 0, 0xff));
-    EXPECT_EQ(served[3], renderAppLogo({40, 40}));
 }
 
 int main(int argc, char** argv) {
