@@ -89,13 +89,9 @@ QString WindowFixture::uidAt(int row) const {
     return QString::fromStdString(devices[row].uid);
 }
 
-int WindowFixture::multiOutputCreations() const {
-    return static_cast<int>(m_audio->creations().size());
-}
-
 int WindowFixture::delayChanges() const {
     const auto& writes = m_audio->writes();
-    return multiOutputCreations() +
+    return static_cast<int>(m_audio->creations().size()) +
            static_cast<int>(std::count_if(writes.begin(), writes.end(), [](const auto& write) {
                return write.address.selector == coreaudio::kAudioSubDevicePropertyExtraLatency;
            }));
@@ -114,13 +110,6 @@ double WindowFixture::storedDelay(int row) const {
     const auto& delays = m_controller->delaysMs();
     auto it = delays.find(id);
     return it == delays.end() ? -1 : it->second;
-}
-
-double WindowFixture::storedVolume(int row) const {
-    const auto id = m_controller->devices().at(row).id;
-    const auto& volumes = m_controller->volumes();
-    auto it = volumes.find(id);
-    return it == volumes.end() ? -1 : it->second;
 }
 
 void WindowFixture::changeVolume(int row, double volume) {
@@ -149,14 +138,10 @@ void WindowFixture::holdElsewhere(quint32 keyCode, quint32 modifiers) {
 }
 
 bool WindowFixture::pressHotKey(quint32 keyCode, quint32 modifiers) {
-    const int registered = hotKeyRegistrations();
+    const auto registered = m_carbon->registrationCount();
     const auto before = m_controller->activeZoneID();
     const bool wasActive = m_controller->isActive();
     m_carbon->press(keyCode, modifiers);
     return registered > 0 &&
            (before != m_controller->activeZoneID() || wasActive != m_controller->isActive());
-}
-
-int WindowFixture::hotKeyRegistrations() const {
-    return static_cast<int>(m_carbon->registrationCount());
 }

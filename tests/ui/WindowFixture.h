@@ -46,13 +46,11 @@ public:
     Q_INVOKABLE void unplugAll();
     // The UID of a device by its position in the window's list; "" past the end.
     Q_INVOKABLE QString uidAt(int row) const;
-    Q_INVOKABLE int multiOutputCreations() const;
     // The times the platform was asked for new delays: a device built, or a subdevice's latency
     // set on the live one.
     Q_INVOKABLE int delayChanges() const;
     Q_INVOKABLE QString defaultOutputName() const;
     Q_INVOKABLE double storedDelay(int row) const;
-    Q_INVOKABLE double storedVolume(int row) const;
     // A volume set while no slider moves, as the menu-bar panel or a hot key would.
     Q_INVOKABLE void changeVolume(int row, double volume);
     // How many tones the window's generator started, and whether one plays now.
@@ -68,7 +66,6 @@ public:
     Q_INVOKABLE void holdElsewhere(quint32 keyCode, quint32 modifiers);
     // The combination pressed anywhere in the system; false when no hot key has it.
     Q_INVOKABLE bool pressHotKey(quint32 keyCode, quint32 modifiers);
-    Q_INVOKABLE int hotKeyRegistrations() const;
 
 signals:
     void rebuilt();
