@@ -87,32 +87,3 @@ TEST(ZoneListModel, AUserSavesRenamesPlaysAndDeletesZonesWithoutTheListResetting
     EXPECT_EQ(model.proposedName(), "Zone 2");
     EXPECT_EQ(resets.size(), 0);
 }
-
-TEST(ZoneListModel, HotKeysShowTheirTextAndSayWhenTheyAreHeldElsewhereOrShared) {
-    WindowFixture fixture;
-    ZoneListModel& model = *fixture.zones();
-    fixture.holdElsewhere(0x31, 0x1800);
-    fixture.saveZone(QStringLiteral("Büro"), {QStringLiteral("usb-dac")});
-    fixture.saveZone(QStringLiteral("Küche"), {QStringLiteral("bt-kitchen")});
-    fixture.saveZone(QStringLiteral("Flur"), {QStringLiteral("builtin")});
-    const QString office = idAt(model, 0), kitchen = idAt(model, 1), hall = idAt(model, 2);
-
-    model.setHotKey(office, 0x31, 0x1800, QStringLiteral("⌃⌥Space"));
-    EXPECT_EQ(at(model, 0, ZoneListModel::HotKeyTextRole), "⌃⌥Space");
-    EXPECT_TRUE(at(model, 0, ZoneListModel::HotKeyTakenRole).toBool());
-    EXPECT_EQ(fixture.storedZones()[0].toMap()["hotKey"].toMap()["keyCode"], 0x31);
-
-    model.setHotKey(kitchen, 0x0B, 0x1800, QStringLiteral("⌃⌥B"));
-    model.setHotKey(hall, 0x0B, 0x1800, QStringLiteral("⌃⌥B"));
-    EXPECT_EQ(at(model, 1, ZoneListModel::HotKeySharedWithRole), "Flur");
-    EXPECT_EQ(at(model, 2, ZoneListModel::HotKeySharedWithRole), "Küche");
-    EXPECT_FALSE(at(model, 2, ZoneListModel::HotKeyTakenRole).toBool()) << "Brivello's own";
-    EXPECT_TRUE(fixture.pressHotKey(0x0B, 0x1800));
-    EXPECT_TRUE(at(model, 1, ZoneListModel::ActiveRole).toBool()) << "the first zone has it";
-
-    model.clearHotKey(hall);
-    EXPECT_EQ(at(model, 1, ZoneListModel::HotKeySharedWithRole), "");
-    EXPECT_FALSE(fixture.storedZones()[2].toMap().contains(QStringLiteral("hotKey")));
-    model.clearHotKey(office);
-    EXPECT_FALSE(at(model, 0, ZoneListModel::HotKeyTakenRole).toBool());
-}
