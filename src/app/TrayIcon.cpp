@@ -1,16 +1,13 @@
 #include "TrayIcon.h"
 
 #include "SymbolIcon.h"
+#include "WindowFront.h"
 
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
 
 #include <algorithm>
-
-#ifdef __APPLE__
-#include "ApplicationFrontMac.h"
-#endif
 
 namespace {
 
@@ -62,12 +59,7 @@ QPoint TrayIcon::panelPosition(const QRect& icon, const QSize& panel, const QRec
 }
 
 void TrayIcon::openWindow() {
-#ifdef __APPLE__
-    bringApplicationToFront();
-#endif
-    m_window.show();
-    m_window.raise();
-    m_window.requestActivate();
+    showWindowInFront(m_window);
 }
 
 void TrayIcon::onActivated(QSystemTrayIcon::ActivationReason reason) {

@@ -1,19 +1,27 @@
 // Brivello: the main window and the tray icon over the controller, the zones and their global hot
-// keys, on the platform's sound system.
+// keys, on the platform's sound system; one per user, driven from the command line as well.
 #include "AppModel.h"
 #include "AppearanceSetting.h"
+#include "CommandLine.h"
+#include "ControlClient.h"
+#include "ControlCommands.h"
+#include "ControlServer.h"
 #include "DeviceListModel.h"
 #include "HotKeyCenter.h"
 #include "MultiOutputStatus.h"
+#include "SingleInstance.h"
 #include "SymbolIcon.h"
 #include "SymbolImageProvider.h"
 #include "SystemColorScheme.h"
 #include "TerminationSignals.h"
 #include "ToneGenerator.h"
 #include "TrayIcon.h"
+#include "WindowFront.h"
 #include "ZoneListModel.h"
 
 #include <QApplication>
+#include <QCoreApplication>
+#include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickStyle>
@@ -38,7 +46,43 @@
 
 Q_IMPORT_QML_PLUGIN(BrivelloPlugin)
 
-int main(int argc, char** argv) {
+namespace {
+
+int answer(const ControlReply& reply) {
+    std::fputs(reply.out.c_str(), stdout);
+    std::fputs(reply.err.c_str(), stderr);
+    return reply.exitCode;
+}
+
+// Another Brivello runs (or is starting): it carries the request out and words the answer.
+int handOver(const SingleInstance& instance, const ControlRequest& request, int connectWaitMs) {
+    const auto reply = sendControlRequest(instance.socketPath(), request, connectWaitMs);
+    if (!reply)
+        return answer({ExitCode::notRunning, {}, "brivello: Brivello antwortet nicht.\n"});
+    return answer(*reply);
+}
+
+// A command for a running Brivello when none runs: a zone switch starts one in the background and
+// hands over to it; the others have nothing to act on.
+int commandWithoutBrivello(SingleInstance& instance, const ControlRequest& request,
+                           const QString& program) {
+    instance.release();
+    using Command = ControlRequest::Command;
+    if (request.command != Command::zone && request.command != Command::on)
+        return answer({ExitCode::notRunning, {}, "brivello: Brivello läuft nicht.\n"});
+    // Its output goes nowhere: the caller's pipes close when the caller ends.
+    QProcess background;
+    background.setProgram(program);
+    background.setArguments({QStringLiteral("--hintergrund")});
+    background.setStandardOutputFile(QProcess::nullDevice());
+    background.setStandardErrorFile(QProcess::nullDevice());
+    if (!background.startDetached())
+        return answer({ExitCode::notRunning, {}, "brivello: Brivello ließ sich nicht starten.\n"});
+    // Time for the new one to start and read the devices, even on a slow machine.
+    return handOver(instance, request, 20000);
+}
+
+int runBrivello(int& argc, char** argv, SingleInstance& instance, bool background) {
     // The loop is the platform's: on macOS it drains the main dispatch queue (the Core Audio
     // device-list listener) and dispatches Carbon events (the hot keys). A QApplication, because
     // Qt's system tray lives in Qt Widgets.
@@ -99,6 +143,19 @@ int main(int argc, char** argv) {
     if (!window)
         return 1;
 
+    // Later starts of Brivello hand their requests over from here on.
+    // Quitting waits for the answer to go out: the teardown then runs as for "Brivello beenden".
+    ControlCommands commands(
+        model, [window] { showWindowInFront(*window); },
+        [] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); });
+    ControlServer control(
+        [&commands](const ControlRequest& request) { return commands.run(request); });
+    if (!control.listen(instance.socketPath()))
+        std::fprintf(stderr,
+                     "Brivello: the control socket %s cannot be opened; later starts of "
+                     "Brivello will not reach this one.\n",
+                     qPrintable(instance.socketPath()));
+
     // Every way out (the panel's "Brivello beenden", Ctrl+Q / ⌘Q in the window, a termination
     // signal) is QCoreApplication::quit(), which Qt.quit() reaches through the engine: on the way
     // out the controller switches the multi-output device off, puts the previous default output
@@ -131,6 +188,32 @@ int main(int argc, char** argv) {
     }
 
     // The window leaves its visibility to whoever shows it (tests and screenshots do it too).
-    window->show();
+    // Started in the background it waits in the tray, where there is one.
+    if (!background || !tray)
+        window->show();
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const CommandLine line = parseCommandLine(arguments, QStringLiteral(BRIVELLO_VERSION));
+    if (line.answer)
+        return answer(*line.answer);
+
+    SingleInstance instance;
+    if (!instance.claim()) {
+        // The blocking socket calls want an application object, not a loop or a display.
+        QCoreApplication client(argc, argv);
+        return handOver(instance, line.request, 10000);
+    }
+    if (line.request.command != ControlRequest::Command::raise) {
+        QCoreApplication client(argc, argv);
+        return commandWithoutBrivello(instance, line.request,
+                                      QCoreApplication::applicationFilePath());
+    }
+    return runBrivello(argc, argv, instance, line.background);
 }

@@ -82,21 +82,6 @@ protected:
         PrivateDesktopTest::TearDown();
     }
 
-    bool routedTo(const QStringList& present, const QStringList& absent) {
-        if (!QString::fromStdString(sound.defaultSink()).contains("brivello", Qt::CaseInsensitive))
-            return false;
-        // One loopback per member device feeds it from Brivello's sink. Loopbacks name their
-        // sink by index, and their streams belong to no client ("-").
-        QStringList fedSinks;
-        const auto sinks = sound.list("sinks");
-        for (const auto& input : sound.list("sink-inputs"))
-            for (const auto& sink : sinks)
-                if (input.section('\t', 2, 2) == "-" &&
-                    sink.section('\t', 0, 0) == input.section('\t', 1, 1))
-                    fedSinks << sink.section('\t', 1, 1);
-        auto fed = [&fedSinks](const QString& sink) { return fedSinks.contains(sink); };
-        return std::ranges::all_of(present, fed) && std::ranges::none_of(absent, fed);
-    }
     // Whether the warning mark's orange is drawn in the band of the zone row centred at `y`, on
     // the screen, at whose corner the window sits.
     bool warningMarkAt(int y) {
@@ -111,11 +96,6 @@ protected:
                     return true;
             }
         return false;
-    }
-
-    bool restored() {
-        return sound.defaultSink() == originalDefault &&
-               !sound.pactl({"list", "short", "sinks"}).contains("brivello", Qt::CaseInsensitive);
     }
 
     QProcess focused;

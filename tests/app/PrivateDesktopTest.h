@@ -33,7 +33,18 @@ protected:
     void startBrivello(QProcess::ProcessChannelMode channels = QProcess::ForwardedChannels);
     // The window opens behind the splash screen: a click on its title ends it, and it fades.
     void endSplash(const QString& window);
+    // A second brivello with these arguments, as from a shell in this desktop, run to its end.
+    struct Command {
+        int exitCode = -1;
+        QString out;
+        QString err;
+    };
+    Command command(const QStringList& arguments);
     QString xdotool(const QStringList& arguments);
+    // Brivello's device is the default output and plays on each of `present`, on none of `absent`.
+    bool routedTo(const QStringList& present, const QStringList& absent = {});
+    // The previous default output is back and nothing of Brivello's is left on the server.
+    bool restored();
     // Keys one after another, separated by spaces.
     void type(const QString& keys) { xdotool(QStringList{"key"} + keys.split(' ')); }
     // Brivello's settings file in the private home.

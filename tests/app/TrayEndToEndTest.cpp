@@ -18,7 +18,8 @@
 
 // The real brivello program on a private Xvfb with a tray host (trayer) and a private sound
 // server: its tray icon opens the panel, the panel switches a zone on and the sound off, the window
-// closes and comes back, and quitting from the panel leaves the sound server as it was.
+// closes and comes back (from the panel, and when Brivello is launched again), and quitting from
+// the panel leaves the sound server as it was.
 
 namespace {
 
@@ -125,25 +126,7 @@ protected:
         return last->drawnLines(14, 200, 1, last->height() - 2, 250);
     }
 
-    bool routedToLivingRoom() {
-        if (!QString::fromStdString(sound.defaultSink()).contains("brivello"))
-            return false;
-        // One loopback per member device, a stream of no client ("-"), feeds it from Brivello's
-        // sink; loopbacks name their sink by index.
-        QStringList fed;
-        const auto sinks = sound.list("sinks");
-        for (const auto& input : sound.list("sink-inputs"))
-            for (const auto& sink : sinks)
-                if (input.section('\t', 2, 2) == "-" &&
-                    sink.section('\t', 0, 0) == input.section('\t', 1, 1))
-                    fed << sink.section('\t', 1, 1);
-        return fed.contains("usb_dac") && fed.contains("builtin_speakers");
-    }
-    bool restored() {
-        return sound.defaultSink() == originalDefault &&
-               !sound.pactl({"list", "short", "sinks"}).contains("brivello", Qt::CaseInsensitive) &&
-               !sound.pactl({"list", "short", "modules"}).contains("brivello");
-    }
+    bool routedToLivingRoom() { return routedTo({"usb_dac", "builtin_speakers"}); }
 
     QProcess trayer;
     xcb_window_t mainWindow = 0;
@@ -199,6 +182,12 @@ TEST_F(TrayEndToEnd, ThePanelSwitchesZonesAndBrivelloLivesOnInTheTrayUntilItQuit
     clickAt(panel, 120, lines[4].middle());
     EXPECT_TRUE(waitUntil([this] { return visibleMainWindow() != 0; }))
         << "\"Fenster öffnen\" brings the window back";
+    // Launching Brivello again brings the window back too, and the second start ends. Closing
+    // ended the first window's X window: the new one has a new id.
+    askToClose(visibleMainWindow());
+    ASSERT_TRUE(waitUntil([this] { return visibleMainWindow() == 0; }));
+    EXPECT_EQ(command({}).exitCode, 0);
+    EXPECT_TRUE(waitUntil([this] { return visibleMainWindow() != 0; })) << "a second start";
     QThread::msleep(800); // drawn and focused, before the panel is asked for again
 
     // Quitting while on ends like a switch-off: the previous default back, nothing left over.
