@@ -13,6 +13,9 @@ ControlServer::ControlServer(Handler handler, QObject* parent)
 }
 
 ControlServer::~ControlServer() {
+    // The connections are the server's children and end with it, after this object's members.
+    for (QLocalSocket* socket : m_server.findChildren<QLocalSocket*>())
+        socket->disconnect(this);
     m_server.close();
 }
 
