@@ -161,14 +161,14 @@ int runBrivello(int& argc, char** argv, SingleInstance& instance, bool backgroun
     // out the controller switches the multi-output device off, puts the previous default output
     // back and removes any multi-output device left over.
 
+    // The icon is there from launch. On a desktop whose tray appears only later (a panel that
+    // starts after Brivello, a restarted tray host), Qt puts the icon in as soon as it does.
     QQmlComponent panelComponent(&engine, QUrl(QStringLiteral("qrc:/Brivello/MenuBarPanel.qml")));
-    std::unique_ptr<QWindow> panel;
-    std::unique_ptr<TrayIcon> tray;
-    if (TrayIcon::trayAvailable()) {
-        panel.reset(qobject_cast<QWindow*>(panelComponent.createWithInitialProperties(
+    std::unique_ptr<QWindow> panel(
+        qobject_cast<QWindow*>(panelComponent.createWithInitialProperties(
             {{QStringLiteral("status"), QVariant::fromValue(&status)},
              {QStringLiteral("zones"), QVariant::fromValue(&zones)}})));
-    }
+    std::unique_ptr<TrayIcon> tray;
     if (panel) {
         tray = std::make_unique<TrayIcon>(*panel, *window);
         QObject::connect(panel.get(), SIGNAL(openWindowRequested()), tray.get(),
@@ -179,17 +179,21 @@ int runBrivello(int& argc, char** argv, SingleInstance& instance, bool backgroun
         QObject::connect(&appearance, &AppearanceSetting::darkChanged, tray.get(),
                          [&] { tray->setDark(appearance.dark()); });
         tray->show();
-        // Brivello lives on in the tray when its window closes.
-        QApplication::setQuitOnLastWindowClosed(false);
-    } else {
-        std::fputs("Brivello: no system tray on this desktop; Brivello works from its window and "
-                   "its hot keys, and closing the window quits it.\n",
-                   stderr);
     }
+    if (!tray || !TrayIcon::trayAvailable())
+        std::fputs("Brivello: no system tray on this desktop (yet); until one appears Brivello "
+                   "works from its window and its hot keys, and closing the window quits it.\n",
+                   stderr);
+    // Brivello lives on in the tray when its window closes, while there is a tray to live in.
+    QApplication::setQuitOnLastWindowClosed(false);
+    QObject::connect(window, &QWindow::visibleChanged, &app, [hasTray = bool(tray)](bool visible) {
+        if (!visible && !(hasTray && TrayIcon::trayAvailable()))
+            QCoreApplication::quit();
+    });
 
     // The window leaves its visibility to whoever shows it (tests and screenshots do it too).
     // Started in the background it waits in the tray, where there is one.
-    if (!background || !tray)
+    if (!background || !tray || !TrayIcon::trayAvailable())
         window->show();
     return QApplication::exec();
 }

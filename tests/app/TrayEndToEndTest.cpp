@@ -227,6 +227,19 @@ TEST_F(TrayEndToEnd, WithoutATrayTheWindowIsTheWayBackSoClosingItQuits) {
     EXPECT_TRUE(restored());
 }
 
+TEST_F(TrayEndToEnd, ATrayThatAppearsAfterBrivelloTakesItsIcon) {
+    launch();
+    trayer.setProcessEnvironment(environment);
+    trayer.start(QStringLiteral("trayer"),
+                 {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24"});
+    ASSERT_TRUE(waitUntil([this] { return trayRunning(); }));
+    ASSERT_TRUE(waitUntil([this] { return openPanel() != 0; })) << "the icon is in the new tray";
+    xdotool({"key", "Escape"});
+    askToClose(mainWindow);
+    ASSERT_TRUE(waitUntil([this] { return visibleMainWindow() == 0; }));
+    EXPECT_FALSE(brivello.waitForFinished(1500)) << "Brivello lives on in the tray";
+}
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     QCoreApplication app(argc, argv);
