@@ -25,6 +25,9 @@ else
 fi
 
 work=$(mktemp -d)
+# A copy: a rebuild during the run must not swap the program under it.
+cp "$brivello" "$work/brivello"
+brivello=$work/brivello
 xvfb=
 cleanup() {
     [[ -z $xvfb ]] || kill "$xvfb" 2>/dev/null || true
