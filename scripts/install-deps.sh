@@ -16,6 +16,8 @@ packages=(
   # build
   build-essential cmake ninja-build pkg-config libgtest-dev
   qt6-base-dev libpulse-dev nlohmann-json3-dev
+  # the fuzz targets: clang with its libFuzzer and sanitizer runtimes
+  clang-14 libclang-rt-14-dev
   # the interface: Qt Quick with Controls, SVG icons, and the QML modules it imports at run time
   qt6-declarative-dev qt6-declarative-dev-tools qt6-svg-dev
   qml6-module-qtqml qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
