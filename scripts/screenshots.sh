@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Draws the main window offscreen in its typical states (no devices, four devices with two ticked,
 # switched on with moving meters, the test tone playing, the appearance menu, the zones section
-# empty and with three zones, the hot-key sheet while recording, the splash screen over it) and the
-# tray panel (without zones, with three zones and one of them on), light and dark, as PNGs into
-# the folder given as argument.
+# empty and with three zones, the hot-key sheet while recording and asking about ⌥Space, the splash
+# screen over it) and the tray panel (without zones, with three zones and one of them on), light
+# and dark, as PNGs into the folder given as argument.
 #   scripts/screenshots.sh <folder>
 set -euo pipefail
 if [[ $# -ne 1 ]]; then

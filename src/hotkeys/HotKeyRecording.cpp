@@ -26,3 +26,8 @@ std::optional<HotKeyCombo> recordedCombo(const RecordedKeyPress& press) {
     return HotKeyCombo{press.keyCode, carbonModifiers(flags),
                        hotKeyDisplay(flags, press.keyCode, press.chars)};
 }
+
+bool isOptionOnly(const HotKeyCombo& combo) {
+    constexpr std::uint32_t cmdKey = 0x0100, optionKey = 0x0800, controlKey = 0x1000;
+    return (combo.modifiers & optionKey) && !(combo.modifiers & (cmdKey | controlKey));
+}

@@ -18,3 +18,6 @@ struct RecordedKeyPress {
 // without ⌘, ⌥ or ⌃ (Shift alone or no modifier, Escape included) or when only a modifier key
 // itself went down. Every press while recording is swallowed either way.
 std::optional<HotKeyCombo> recordedCombo(const RecordedKeyPress& press);
+
+// Whether the combination's only modifiers are ⌥, or ⌥ and ⇧: macOS 15 refuses to register those.
+bool isOptionOnly(const HotKeyCombo& combo);

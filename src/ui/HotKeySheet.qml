@@ -5,7 +5,9 @@ import Brivello
 
 // The sheet in which a zone's global hot key is set or cleared. Every change is reported at once
 // (and saved by the row), so a recorded hot key works before the sheet closes; "Fertig" only
-// closes it. Below the recorder it says when the hot key cannot work or another zone has it too.
+// closes it. Below the recorder it says when the hot key cannot work or another zone has it too,
+// and asks before it takes a combination macOS 15 refuses; closing the sheet unasked keeps the
+// hot key the zone had.
 Dialog {
     id: sheet
 
@@ -73,9 +75,47 @@ Dialog {
                 onTaken: (keyCode, modifiers, display) => sheet.taken(keyCode, modifiers, display)
                 onCleared: sheet.cleared()
             }
+            ColumnLayout {
+                objectName: "optionOnlyQuestion"
+                visible: recorder.questionedText !== ""
+                spacing: 8
+                Layout.fillWidth: true
+                RowLayout {
+                    spacing: 5
+                    Layout.fillWidth: true
+                    SymbolIcon {
+                        name: "exclamationmark.triangle.fill"
+                        color: Theme.warning
+                        size: 12
+                        Layout.alignment: Qt.AlignTop
+                        Layout.topMargin: 1
+                    }
+                    Text {
+                        objectName: "optionOnlyText"
+                        text: "macOS 15 lehnt Kürzel nur mit ⌥ oder ⌥⇧ ab. Trotzdem verwenden?"
+                        color: Theme.primaryText
+                        font.pixelSize: Theme.captionSize
+                        wrapMode: Text.Wrap
+                        Layout.fillWidth: true
+                    }
+                }
+                RowLayout {
+                    spacing: 8
+                    GlassButton {
+                        objectName: "keepButton"
+                        text: "Verwenden"
+                        onClicked: recorder.keep()
+                    }
+                    GlassButton {
+                        objectName: "recordAgainButton"
+                        text: "Neu aufnehmen"
+                        onClicked: recorder.recordAgain()
+                    }
+                }
+            }
             RowLayout {
                 objectName: "takenLine"
-                visible: sheet.hotKeyTaken && sheet.hotKeyText !== ""
+                visible: sheet.hotKeyTaken && sheet.hotKeyText !== "" && recorder.questionedText === ""
                 spacing: 5
                 SymbolIcon {
                     name: "exclamationmark.triangle.fill"
@@ -90,7 +130,7 @@ Dialog {
             }
             Text {
                 objectName: "sharedLine"
-                visible: sheet.hotKeySharedWith !== "" && sheet.hotKeyText !== ""
+                visible: sheet.hotKeySharedWith !== "" && sheet.hotKeyText !== "" && recorder.questionedText === ""
                 text: "Auch von Zone „" + sheet.hotKeySharedWith + "“ verwendet"
                 color: Theme.secondaryText
                 font.pixelSize: Theme.captionSize

@@ -11,7 +11,12 @@ KeyPressRecorder::~KeyPressRecorder() {
     stop();
 }
 
+QString KeyPressRecorder::questionedText() const {
+    return m_questioned ? QString::fromStdString(m_questioned->display) : QString();
+}
+
 void KeyPressRecorder::start() {
+    setQuestioned(std::nullopt);
     if (m_recording)
         return;
     m_recording = true;
@@ -20,11 +25,30 @@ void KeyPressRecorder::start() {
 }
 
 void KeyPressRecorder::stop() {
+    setQuestioned(std::nullopt);
     if (!m_recording)
         return;
     m_recording = false;
     QCoreApplication::instance()->removeEventFilter(this);
     emit recordingChanged();
+}
+
+void KeyPressRecorder::keep() {
+    if (const auto combo = m_questioned) {
+        setQuestioned(std::nullopt);
+        take(*combo);
+    }
+}
+
+void KeyPressRecorder::setQuestioned(std::optional<HotKeyCombo> combo) {
+    if (m_questioned == combo)
+        return;
+    m_questioned = std::move(combo);
+    emit questionChanged();
+}
+
+void KeyPressRecorder::take(const HotKeyCombo& combo) {
+    emit taken(combo.keyCode, combo.modifiers, QString::fromStdString(combo.display));
 }
 
 bool KeyPressRecorder::eventFilter(QObject* watched, QEvent* event) {
@@ -39,8 +63,13 @@ bool KeyPressRecorder::eventFilter(QObject* watched, QEvent* event) {
         if (const auto press = recordedKeyPress(*key))
             if (const auto combo = recordedCombo(*press)) {
                 stop();
-                emit taken(combo->keyCode, combo->modifiers,
-                           QString::fromStdString(combo->display));
+                // Asked on every platform: the combination is stored in macOS terms and the zone
+                // list moves between machines unchanged, and where it works the question costs
+                // one click.
+                if (isOptionOnly(*combo))
+                    setQuestioned(combo);
+                else
+                    take(*combo);
             }
         return true;
     }

@@ -57,15 +57,27 @@ QQuickItem* findItem(QQuickItem* root, const QString& name) {
     return nullptr;
 }
 
-void sheetRecording(QQuickWindow& window) {
+KeyPressRecorder* openSheetRecording(QQuickWindow& window) {
     // Repeater rows are visual children only.
     QObject* row = findItem(window.contentItem(), QStringLiteral("zoneRow"));
     auto* sheet = row ? row->property("hotKeySheet").value<QObject*>() : nullptr;
     if (!sheet)
-        return;
+        return nullptr;
     QMetaObject::invokeMethod(sheet, "open");
-    if (auto* recorder = sheet->findChild<KeyPressRecorder*>())
+    auto* recorder = sheet->findChild<KeyPressRecorder*>();
+    if (recorder)
         recorder->start();
+    return recorder;
+}
+
+void sheetRecording(QQuickWindow& window) {
+    openSheetRecording(window);
+}
+
+// The same sheet asking about ⌥Space, which macOS 15 refuses.
+void sheetQuestion(QQuickWindow& window) {
+    if (openSheetRecording(window))
+        QTest::keyClick(&window, Qt::Key_Space, Qt::AltModifier);
 }
 
 void tick(WindowFixture& fixture, std::initializer_list<int> rows) {
@@ -117,6 +129,7 @@ int main(int argc, char** argv) {
              threeZones(f);
          }},
         {"hotkey-sheet", 4, threeZones, nullptr, sheetRecording},
+        {"hotkey-question", 4, threeZones, nullptr, sheetQuestion},
         // Caught with the waves spreading, about two thirds into its 1.6 s.
         {"splash", 4, [](WindowFixture&) {}, nullptr, nullptr, true, 1050},
         {"panel-empty", 4, [](WindowFixture&) {}, nullptr, nullptr, false, 400, true},

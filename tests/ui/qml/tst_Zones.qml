@@ -237,6 +237,47 @@ TestCase {
         tryCompare(sheet, "visible", false)
     }
 
+    function test_aCombinationMacOS15RefusesIsAskedAboutBeforeItIsTaken() {
+        fixture.saveZone("Büro", [fixture.uidAt(1)], 49, 0x1800, "⌃⌥Space")
+        const row = zoneRows()[0]
+        let sheet = openSheet(row)
+        const record = named("recordButton", sheet.contentItem)
+        const question = named("optionOnlyQuestion", sheet.contentItem)
+        verify(!question.visible)
+
+        // Alt alone: recording ends, the zone keeps its hot key until the user answers.
+        mouseClick(record)
+        keyClick(Qt.Key_Space, Qt.AltModifier)
+        verify(!sheet.recorder.recording)
+        verify(question.visible)
+        compare(named("optionOnlyText", sheet.contentItem).text,
+                "macOS 15 lehnt Kürzel nur mit ⌥ oder ⌥⇧ ab. Trotzdem verwenden?")
+        compare(record.text, "⌥Space")
+        compare(fixture.storedZones()[0].hotKey.modifiers, 0x1800)
+
+        // Recording again drops it; Alt+Shift is asked about too, and kept when the user says so.
+        mouseClick(named("recordAgainButton", sheet.contentItem))
+        verify(sheet.recorder.recording)
+        verify(!question.visible)
+        keyClick(Qt.Key_B, Qt.AltModifier | Qt.ShiftModifier)
+        verify(question.visible)
+        mouseClick(named("keepButton", sheet.contentItem))
+        verify(!question.visible)
+        compare(fixture.storedZones()[0].hotKey.keyCode, 11)
+        compare(fixture.storedZones()[0].hotKey.modifiers, 0x0A00)
+        compare(record.text, named("hotKeyBadge", row).text)
+
+        // Closing the sheet unanswered keeps what the zone has.
+        mouseClick(record)
+        keyClick(Qt.Key_Space, Qt.AltModifier)
+        verify(question.visible)
+        sheet.close()
+        tryCompare(sheet, "visible", false)
+        compare(fixture.storedZones()[0].hotKey.keyCode, 11)
+        sheet = openSheet(row)
+        verify(!question.visible)
+    }
+
     function test_closingTheSheetWhileRecordingGivesTheKeysBack() {
         fixture.saveZone("Büro", [fixture.uidAt(1)])
         const sheet = openSheet(zoneRows()[0])
