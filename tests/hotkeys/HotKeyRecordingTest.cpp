@@ -24,3 +24,11 @@ TEST(HotKeyRecording, OnlyAPressWithCommandOptionOrControlIsTaken) {
     EXPECT_EQ(recordedCombo({command | shift | capsLock | deviceLeftCommand, kA, "a"}),
               (HotKeyCombo{0, 0x0300, "⇧⌘A"}));
 }
+
+TEST(HotKeyRecording, OptionAloneOrWithShiftIsWhatMacOS15Refuses) {
+    EXPECT_TRUE(isOptionOnly(*recordedCombo({option, kSpace, " "})));
+    EXPECT_TRUE(isOptionOnly(*recordedCombo({option | shift | capsLock, kA, "a"})));
+    // With ⌘ or ⌃ beside it, ⌥ registers everywhere.
+    EXPECT_FALSE(isOptionOnly(*recordedCombo({command | option, kA, "a"})));
+    EXPECT_FALSE(isOptionOnly(*recordedCombo({control | option | shift, kA, "a"})));
+}
