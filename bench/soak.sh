@@ -48,6 +48,7 @@ rss_kb() { awk '/^VmRSS/ { print $2 }' "/proc/$1/status"; }
 # One soak on SERVER (pulseaudio or pipewire) for CYCLES cycles.
 soak() {
     local server=$1 cycles=$2
+    ((cycles > 0)) || return 0
     eval "$(./scripts/private-sound-server.sh start "$work/sound" --server "$server" --with-devices --owner $$)"
     # The private server's script points HOME and the XDG folders into its own folder.
     mkdir -p "$work/$server/config/tandrel" "$work/$server/runtime"
@@ -97,8 +98,10 @@ INI
     echo "   server modules: $modules_before before, $modules_after after, Brivello's left: $brivello_modules"
     if [[ $asan == --asan ]]; then
         echo "   sanitizer report at exit:"
-        grep -E "ERROR: |SUMMARY: |Direct leak|Indirect leak" "$work/$server.log" | sed 's/^/     /' ||
+        grep -E "ERROR: |SUMMARY: |Direct leak" "$work/$server.log" | sed 's/^/     /' ||
             echo "     none"
+        cp "$work/$server.log" "${TMPDIR:-/tmp}/brivello-soak-$server.log"
+        echo "   the whole report: ${TMPDIR:-/tmp}/brivello-soak-$server.log"
     fi
 }
 
