@@ -14,9 +14,12 @@ public:
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    // True when this process is now the one Brivello (or already was). Exactly one of several
-    // processes claiming at the same moment wins.
-    bool claim();
+    enum class Claim {
+        won,        // this process is the one Brivello (exactly one of several at once wins)
+        taken,      // another process is
+        impossible, // the lock file cannot be made (no runtime directory, a full disk)
+    };
+    Claim claim();
     // Lets another process claim.
     void release();
     bool isClaimed() const { return m_lock >= 0; }

@@ -150,7 +150,8 @@ int runBrivello(int& argc, char** argv, SingleInstance& instance, bool backgroun
         [] { QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection); });
     ControlServer control(
         [&commands](const ControlRequest& request) { return commands.run(request); });
-    if (!control.listen(instance.socketPath()))
+    // Without the lock the socket may be another Brivello's: it is left alone.
+    if (instance.isClaimed() && !control.listen(instance.socketPath()))
         std::fprintf(stderr,
                      "Brivello: the control socket %s cannot be opened; later starts of "
                      "Brivello will not reach this one.\n",
@@ -209,13 +210,21 @@ int main(int argc, char** argv) {
         return answer(*line.answer);
 
     SingleInstance instance;
-    if (!instance.claim()) {
+    const auto claim = instance.claim();
+    if (claim == SingleInstance::Claim::impossible) {
+        // Brivello still starts; only the hand-over between starts is lost.
+        std::fprintf(stderr, "Brivello: no lock file in %s; another Brivello may be running.\n",
+                     qPrintable(SingleInstance::runtimeDirectory()));
+    }
+    if (claim == SingleInstance::Claim::taken) {
         // The blocking socket calls want an application object, not a loop or a display.
         QCoreApplication client(argc, argv);
         return handOver(instance, line.request, 10000);
     }
     if (line.request.command != ControlRequest::Command::raise) {
         QCoreApplication client(argc, argv);
+        if (claim == SingleInstance::Claim::impossible)
+            return handOver(instance, line.request, 1000);
         return commandWithoutBrivello(instance, line.request,
                                       QCoreApplication::applicationFilePath());
     }

@@ -42,10 +42,12 @@ TEST(ControlChannel, OneWellFormedRequestPerConnectionAndNothingElseGetsThrough)
     QTemporaryDir runtime;
     SingleInstance first(runtime.path());
     SingleInstance second(runtime.path());
-    ASSERT_TRUE(first.claim());
-    EXPECT_FALSE(second.claim()) << "one holder at a time";
+    using Claim = SingleInstance::Claim;
+    ASSERT_EQ(first.claim(), Claim::won);
+    EXPECT_EQ(second.claim(), Claim::taken) << "one holder at a time";
     first.release();
-    ASSERT_TRUE(second.claim());
+    ASSERT_EQ(second.claim(), Claim::won);
+    EXPECT_EQ(SingleInstance(runtime.filePath("missing")).claim(), Claim::impossible);
 
     // A file left where the socket goes, as after a crash, is replaced.
     QFile stale(second.socketPath());
