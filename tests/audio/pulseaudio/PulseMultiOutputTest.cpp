@@ -104,6 +104,7 @@ TEST_F(PulseSharedClock, MembersRestWhileNothingPlaysAndWakeWithTheirDelays) {
     if (PrivateSoundServer::isPipeWire())
         GTEST_SKIP() << "PipeWire 0.3.65 restarts a suspended sink its loopbacks read, and "
                         "re-derives their delays in steps of a quantum whenever streams come";
+    const auto userDefault = server.defaultSink();
     startBrivello({"near", "far"}, std::chrono::milliseconds(300));
     controller->activate();
     controller->setDelay(device("far").id, 180);
@@ -144,8 +145,11 @@ TEST_F(PulseSharedClock, MembersRestWhileNothingPlaysAndWakeWithTheirDelays) {
     for (int round = 0; round <= kRounds; ++round)
         EXPECT_NEAR((farOnsets[round] - nearOnsets[round]) * 1000.0, 180.0, 2.0)
             << "round " << round;
+    // Switched off while resting.
+    ASSERT_TRUE(waitUntil([&] { return sinkState(kSinkName) == "SUSPENDED"; }, 5000));
     EXPECT_TRUE(controller->isActive());
     controller->deactivate();
+    EXPECT_EQ(server.defaultSink(), userDefault);
     EXPECT_FALSE(leftovers());
 }
 
