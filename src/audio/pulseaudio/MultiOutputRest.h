@@ -19,7 +19,7 @@
 // with all its members.
 //
 // Not on PipeWire: it accepts the suspend, but the linked loopbacks start the sink again at once,
-// and loopbacks unloaded and loaded again there land up to 30 ms off their delays.
+// and loopbacks unloaded and loaded again there land up to 33 ms off their delays.
 //
 // Lives on the main thread; update() wants every change of the server's streams.
 class MultiOutputRest {
