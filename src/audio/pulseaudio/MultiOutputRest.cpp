@@ -2,12 +2,16 @@
 
 #include "LoopbackMultiOutput.h"
 #include "PulseAudioSystem.h"
+#include "PulseStream.h"
 
 #include <algorithm>
+#include <memory>
+#include <thread>
 
 MultiOutputRest::MultiOutputRest(PulseConnection& connection, std::function<bool()> live,
+                                 std::function<std::vector<std::string>()> members,
                                  std::chrono::milliseconds restAfter)
-    : m_connection(connection), m_live(std::move(live)) {
+    : m_connection(connection), m_live(std::move(live)), m_members(std::move(members)) {
     m_timer.setSingleShot(true);
     m_timer.setInterval(restAfter);
     QObject::connect(&m_timer, &QTimer::timeout, [this] {
@@ -42,6 +46,22 @@ void MultiOutputRest::interrupt() {
 }
 
 void MultiOutputRest::wake(const PulseConnection::Sink& own) {
+    const auto members = m_members();
+    auto asleep = [&] {
+        std::vector<std::string> names;
+        for (const auto& sink : m_connection.sinks())
+            if (sink.suspended &&
+                std::find(members.begin(), members.end(), sink.name) != members.end())
+                names.push_back(sink.name);
+        return names;
+    };
+    std::vector<std::unique_ptr<PulseStream>> wakers;
+    for (const auto& name : asleep())
+        wakers.push_back(PulseStream::keepAwake(m_connection, name + ".monitor"));
+    const auto limit = PulseConnection::Clock::now() + kMembersWakeLimit;
+    while (!wakers.empty() && !asleep().empty() && PulseConnection::Clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    // The loopbacks keep the members awake from here on; the wakers go.
     m_resting = !m_connection.suspendSink(own.index, false);
 }
 

@@ -27,7 +27,8 @@ PulseAudioSystem::PulseAudioSystem(std::chrono::milliseconds restAfter)
     : m_mainThread(std::make_unique<QObject>()),
       m_connection([this](PulseConnection::Event event) { onServerEvent(event); }),
       m_rest(
-          m_connection, [this] { return m_liveMultiOutput.has_value(); }, restAfter) {
+          m_connection, [this] { return m_liveMultiOutput.has_value(); },
+          [this] { return m_multiOutput.playingMembers(*m_liveMultiOutput); }, restAfter) {
     m_reconnectTimer.setInterval(kReconnectIntervalMs);
     QObject::connect(&m_reconnectTimer, &QTimer::timeout, m_mainThread.get(),
                      [this] { tryReconnect(); });
@@ -142,7 +143,7 @@ bool PulseAudioSystem::repair() {
         const auto missing = m_multiOutput.missingMembers(*m_liveMultiOutput, sinks);
         if (missing.empty())
             return true;
-        // A loopback loaded while its source is suspended may wake up 20 ms short of its latency.
+        // A loopback loaded on a resting device would start with its member asleep.
         m_rest.interrupt();
         return m_multiOutput.completeLoopbacks(*m_liveMultiOutput, *own, missing);
     }

@@ -36,6 +36,7 @@ PulseConnection::Sink sinkFrom(const pa_sink_info& info) {
     sink.rate = info.sample_spec.rate;
     sink.channels = info.sample_spec.channels;
     sink.ownerModule = info.owner_module;
+    sink.suspended = info.state == PA_SINK_SUSPENDED;
     return sink;
 }
 

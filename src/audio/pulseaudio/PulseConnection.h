@@ -30,6 +30,7 @@ public:
         std::uint32_t rate = 0;
         std::uint8_t channels = 0;
         std::uint32_t ownerModule = PA_INVALID_INDEX;
+        bool suspended = false;
     };
     struct Module {
         std::uint32_t index = PA_INVALID_INDEX;
