@@ -2,6 +2,8 @@
 #include "PrivateSoundServer.h"
 #include "PulseAudioSystem.h"
 #include "PulseConnection.h"
+#include "PulseStream.h"
+#include "SoundArrival.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -13,16 +15,23 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <numbers>
+#include <optional>
 #include <vector>
 
 // Times activation and deactivation through the controller against the raw server operations
-// they wrap, the server's CPU while Brivello's multi-output device is active, with and without
-// sound, next to a combine sink carrying the same sound, and the longest the main thread is
-// blocked when switching off and quitting with the server stopped (SIGSTOP). Runs on a private
-// server.
+// they wrap; the server's CPU with nothing active, with Brivello's multi-output device active and
+// silent (long enough for its members to rest) and playing, next to a combine sink carrying the
+// same sound; the time from a stream's start to its first sound on each device after a rest (on
+// the device's monitor, which a running PulseAudio sink fills ahead of time and rewinds for a new
+// stream, so only a sink that starts from rest shows when sound is heard); all on a private
+// PulseAudio and a private PipeWire, side by side. Then, on PulseAudio, the
+// longest the main thread is blocked when switching off and quitting with the server stopped
+// (SIGSTOP).
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -39,14 +48,18 @@ double timeMs(const std::function<void()>& work) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-// The server's CPU share (percent of one core) over `seconds`, from /proc.
-double cpuPercent(const QString& pid, double seconds) {
+// The CPU share (percent of one core) of the server's processes over `seconds`, from /proc.
+double cpuPercent(const QStringList& pids, double seconds) {
     auto ticks = [&] {
-        QFile stat("/proc/" + pid + "/stat");
-        if (!stat.open(QIODevice::ReadOnly))
-            return 0.0;
-        const auto fields = QString::fromUtf8(stat.readAll()).section(')', 1).split(' ');
-        return fields.value(12).toDouble() + fields.value(13).toDouble(); // utime, stime
+        double sum = 0;
+        for (const auto& pid : pids) {
+            QFile stat("/proc/" + pid + "/stat");
+            if (!stat.open(QIODevice::ReadOnly))
+                continue;
+            const auto fields = QString::fromUtf8(stat.readAll()).section(')', 1).split(' ');
+            sum += fields.value(12).toDouble() + fields.value(13).toDouble(); // utime, stime
+        }
+        return sum;
     };
     const double before = ticks();
     QThread::msleep(static_cast<unsigned long>(seconds * 1000));
@@ -66,38 +79,95 @@ double longestBlockMs(const std::function<void()>& action, double seconds) {
     return longest;
 }
 
-void startSound(QProcess& player, const QString& sink = {}) {
-    QString device = sink.isEmpty() ? QString() : " --device=" + sink;
-    player.start("sh", {"-c", "sox -n -r 48000 -c 2 -b 16 -t wav - synth 60 sine 440 vol 0.3 | "
-                              "pacat --file-format=wav" +
-                                  device});
-    player.waitForStarted();
-    QThread::msleep(500);
+// Runs the Qt event loop, where the backend hands over server events, for `milliseconds`.
+void runLoop(int milliseconds) {
+    const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+    while (Clock::now() < end) {
+        QCoreApplication::processEvents();
+        QThread::msleep(5);
+    }
 }
 
-} // namespace
+QString sinkState(PrivateSoundServer& server, const QString& name) {
+    for (const auto& line : server.list("sinks"))
+        if (line.section('\t', 1, 1) == name)
+            return line.section('\t', 4, 4);
+    return {};
+}
 
-int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    PrivateSoundServer server;
-    if (!server.start()) {
-        std::fprintf(stderr, "private sound server did not start\n");
-        return 1;
-    }
-    QFile pidFile(server.directory() + "/pid");
-    pidFile.open(QIODevice::ReadOnly);
-    const QString pid = QString::fromUtf8(pidFile.readAll()).trimmed();
-
-    auto audioSystem = std::make_unique<PulseAudioSystem>();
-    auto controllerObject = std::make_unique<MultiOutputController>(*audioSystem);
-    auto& controller = *controllerObject;
-    auto selectTwo = [&] {
-        for (const auto& device : controller.devices())
-            if ((device.uid == "usb_dac" || device.uid == "bt_speaker") &&
-                !controller.selected().contains(device.id))
-                controller.toggle(device.id);
+// A half-scale 440 Hz tone to the default output for as long as the stream lives.
+std::unique_ptr<PulseStream> playTone(PulseConnection& connection) {
+    const pa_sample_spec format{PA_SAMPLE_S16LE, 48000, 2};
+    auto phase = std::make_shared<double>(0.0);
+    auto fill = [phase](void* data, std::size_t bytes) {
+        auto* samples = static_cast<std::int16_t*>(data);
+        for (std::size_t frame = 0; frame < bytes / 4; ++frame) {
+            const auto value = static_cast<std::int16_t>(16384 * std::sin(*phase));
+            samples[2 * frame] = samples[2 * frame + 1] = value;
+            *phase += 2.0 * std::numbers::pi * 440.0 / 48000.0;
+        }
     };
-    selectTwo();
+    return PulseStream::play(connection, format, fill, [] {}).stream;
+}
+
+// Milliseconds from a stream's start to its first sound on the 0 ms device and the 180 ms one;
+// the stream ends with the measurement.
+std::pair<double, double> firstSoundMs(PulseConnection& connection) {
+    SoundArrival near("usb_dac"), far("bt_speaker");
+    runLoop(500); // the recordings run
+    near.skip();
+    far.skip();
+    const auto start = Clock::now();
+    auto tone = playTone(connection);
+    const auto end = start + std::chrono::seconds(2);
+    while ((!near.first() || !far.first()) && Clock::now() < end) {
+        QCoreApplication::processEvents();
+        near.poll();
+        far.poll();
+        QThread::msleep(1);
+    }
+    auto since = [&](const std::optional<Clock::time_point>& first) {
+        return first ? std::chrono::duration<double, std::milli>(*first - start).count() : -1.0;
+    };
+    return {since(near.first()), since(far.first())};
+}
+
+void selectTwo(MultiOutputController& controller) {
+    for (const auto& device : controller.devices())
+        if ((device.uid == "usb_dac" || device.uid == "bt_speaker") &&
+            !controller.selected().contains(device.id))
+            controller.toggle(device.id);
+}
+
+// The medians of five firstSoundMs(), each after `between` (not before the first).
+std::pair<double, double> medianFirstSoundMs(PulseConnection& connection,
+                                             const std::function<void()>& between) {
+    std::vector<double> near, far;
+    for (int i = 0; i < 5; ++i) {
+        if (i > 0)
+            between();
+        const auto [nearMs, farMs] = firstSoundMs(connection);
+        near.push_back(nearMs);
+        far.push_back(farMs);
+    }
+    return {medianMs(near), medianMs(far)};
+}
+
+struct Figures {
+    QString server;
+    double activate = 0, rawLoad = 0, deactivate = 0, rawUnload = 0, rebuild = 0;
+    double inactive = 0, silent = 0, playing = 0, combineSilent = 0, combinePlaying = 0;
+    QString members; // the member sinks' states after 10 s of silence
+    std::pair<double, double> rested;
+};
+
+constexpr double kSeconds = 10.0;
+
+void measure(Figures& figures, PrivateSoundServer& server, MultiOutputController& controller) {
+    QFile pidsFile(server.directory() + "/pids");
+    pidsFile.open(QIODevice::ReadOnly);
+    const auto pids = QString::fromUtf8(pidsFile.readAll()).split('\n', Qt::SkipEmptyParts);
+    selectTwo(controller);
 
     std::vector<double> activate, deactivate, rebuild, rawLoad, rawUnload;
     for (int i = 0; i < kRounds; ++i) {
@@ -124,32 +194,29 @@ int main(int argc, char** argv) {
                 raw.unloadModule(*it);
         }));
     }
-    std::printf("two devices, median of %d rounds\n", kRounds);
-    std::printf("  activate:   %6.1f ms   raw null sink + 2 loopbacks + default: %6.1f ms\n",
-                medianMs(activate), medianMs(rawLoad));
-    std::printf("  deactivate: %6.1f ms   raw default + unloads:                 %6.1f ms\n",
-                medianMs(deactivate), medianMs(rawUnload));
-    std::printf("  committed delay while active (rebuild): %6.1f ms\n", medianMs(rebuild));
+    figures.activate = medianMs(activate);
+    figures.rawLoad = medianMs(rawLoad);
+    figures.deactivate = medianMs(deactivate);
+    figures.rawUnload = medianMs(rawUnload);
+    figures.rebuild = medianMs(rebuild);
 
-    const double seconds = 5.0;
-    std::printf("server CPU (%% of one core over %.0f s)\n", seconds);
-    std::printf("  idle, nothing active:            %5.2f\n", cpuPercent(pid, seconds));
-    {
-        QProcess player;
-        startSound(player, "usb_dac");
-        std::printf("  sound to one device directly:    %5.2f\n", cpuPercent(pid, seconds));
-        player.kill();
-        player.waitForFinished();
-    }
+    runLoop(static_cast<int>(kSeconds * 1000)); // the devices used above fall idle
+    figures.inactive = cpuPercent(pids, kSeconds);
+
+    for (const auto& device : controller.devices())
+        if (device.uid == "bt_speaker")
+            controller.setDelay(device.id, 180);
     controller.activate();
-    QThread::msleep(500);
-    std::printf("  Brivello active, silence:        %5.2f\n", cpuPercent(pid, seconds));
+    controller.commitDelays();
+    runLoop(static_cast<int>(kSeconds * 1000)); // silence: the members rest
+    figures.members = sinkState(server, "usb_dac") + "/" + sinkState(server, "bt_speaker");
+    figures.silent = cpuPercent(pids, kSeconds);
+    // Each after 10 s of silence, long enough for the members to be suspended.
+    figures.rested = medianFirstSoundMs(raw, [] { runLoop(static_cast<int>(kSeconds * 1000)); });
     {
-        QProcess player;
-        startSound(player);
-        std::printf("  Brivello active, sound playing:  %5.2f\n", cpuPercent(pid, seconds));
-        player.kill();
-        player.waitForFinished();
+        auto tone = playTone(raw);
+        runLoop(500);
+        figures.playing = cpuPercent(pids, kSeconds);
     }
     controller.deactivate();
 
@@ -157,29 +224,90 @@ int main(int argc, char** argv) {
     const auto combine =
         raw.loadModule("module-combine-sink", "sink_name=bench_combine slaves=usb_dac,bt_speaker");
     if (combine) {
+        raw.setDefaultSink("bench_combine");
+        QThread::msleep(static_cast<unsigned long>(kSeconds * 1000));
+        figures.combineSilent = cpuPercent(pids, kSeconds);
+        auto tone = playTone(raw);
         QThread::msleep(500);
-        std::printf("  combine sink, silence:           %5.2f\n", cpuPercent(pid, seconds));
-        QProcess player;
-        startSound(player, "bench_combine");
-        std::printf("  combine sink, sound playing:     %5.2f\n", cpuPercent(pid, seconds));
-        player.kill();
-        player.waitForFinished();
+        figures.combinePlaying = cpuPercent(pids, kSeconds);
+        tone.reset();
         raw.setDefaultSink("usb_dac");
         raw.unloadModule(*combine);
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    std::vector<Figures> all;
+    std::unique_ptr<PrivateSoundServer> server;
+    std::unique_ptr<PulseAudioSystem> audioSystem;
+    std::unique_ptr<MultiOutputController> controllerObject;
+    // PulseAudio last: it stays for the stopped-server part.
+    for (const char* kind : {"pipewire", "pulseaudio"}) {
+        controllerObject.reset();
+        audioSystem.reset();
+        server.reset();
+        qputenv("BRIVELLO_TEST_SOUND_SERVER", kind);
+        server = std::make_unique<PrivateSoundServer>();
+        if (!server->start()) {
+            std::fprintf(stderr, "private %s server did not start\n", kind);
+            return 1;
+        }
+        audioSystem = std::make_unique<PulseAudioSystem>();
+        controllerObject = std::make_unique<MultiOutputController>(*audioSystem);
+        all.insert(all.begin(), Figures());
+        all.front().server = kind;
+        measure(all.front(), *server, *controllerObject);
+    }
+    auto& controller = *controllerObject;
+
+    auto row = [&](const char* label, auto value) {
+        std::printf("  %-44s", label);
+        for (const auto& figures : all)
+            std::printf(" %12s", qPrintable(value(figures)));
+        std::printf("\n");
+    };
+    auto number = [](double value) { return QString::number(value, 'f', 2); };
+    std::printf("  %-44s", "two devices");
+    for (const auto& figures : all)
+        std::printf(" %12s", qPrintable(figures.server));
+    std::printf("\n");
+    row("activate, ms (median of 10)", [&](const Figures& f) { return number(f.activate); });
+    row("  raw null sink + 2 loopbacks + default, ms",
+        [&](const Figures& f) { return number(f.rawLoad); });
+    row("deactivate, ms", [&](const Figures& f) { return number(f.deactivate); });
+    row("  raw default + unloads, ms", [&](const Figures& f) { return number(f.rawUnload); });
+    row("committed delay while active (rebuild), ms",
+        [&](const Figures& f) { return number(f.rebuild); });
+    row("server CPU, % of a core over 10 s:", [](const Figures&) { return QString(); });
+    row("  nothing active", [&](const Figures& f) { return number(f.inactive); });
+    row("  Brivello active, silent for 10 s", [&](const Figures& f) { return number(f.silent); });
+    row("  Brivello active, playing", [&](const Figures& f) { return number(f.playing); });
+    row("  combine sink, silent for 10 s",
+        [&](const Figures& f) { return number(f.combineSilent); });
+    row("  combine sink, playing", [&](const Figures& f) { return number(f.combinePlaying); });
+    row("members after 10 s of silence", [](const Figures& f) { return f.members; });
+    row("stream start to first sound after 10 s silent,", [](const Figures&) { return QString(); });
+    auto pair = [](const std::pair<double, double>& ms) {
+        return QString::number(ms.first, 'f', 0) + "/" + QString::number(ms.second, 'f', 0);
+    };
+    row("  ms, 0 ms / 180 ms device (median of 5)",
+        [&](const Figures& f) { return pair(f.rested); });
 
     // The server stops answering (SIGSTOP) while Brivello is on; the loop keeps running after the
     // action, so reconnect attempts count as well.
-    std::printf("server stopped (SIGSTOP), longest main-thread block\n");
+    std::printf("PulseAudio stopped (SIGSTOP), longest main-thread block\n");
     controller.activate();
-    server.pause();
+    server->pause();
     std::printf("  switching off:  %7.1f ms\n",
                 longestBlockMs([&] { controller.deactivate(); }, 3.0));
-    server.resume();
+    server->resume();
     longestBlockMs([] {}, 3.0); // reconnected
-    selectTwo();
+    selectTwo(controller);
     controller.activate();
-    server.pause();
+    server->pause();
     const auto quitStart = Clock::now();
     QTimer::singleShot(0, [] { QCoreApplication::quit(); });
     QCoreApplication::exec();
@@ -187,6 +315,6 @@ int main(int argc, char** argv) {
     audioSystem.reset();
     std::printf("  quitting:       %7.1f ms\n",
                 std::chrono::duration<double, std::milli>(Clock::now() - quitStart).count());
-    server.resume();
+    server->resume();
     return 0;
 }

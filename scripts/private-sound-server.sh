@@ -13,6 +13,8 @@
 # Everything lives in <dir>: home, config, runtime and state directories, the socket, a
 # client.conf without autospawn, the logs, `pid` (the process clients talk to) and `pids` (every
 # process started).
+# Idle sinks suspend as on a desktop: PulseAudio loads module-suspend-on-idle, wireplumber
+# suspends idle nodes.
 # --with-devices adds four typed null sinks: Bluetooth, USB, built-in and HDMI.
 # --owner PID ends the server once that process is gone, so a test that crashes leaves none behind.
 set -euo pipefail
@@ -68,8 +70,9 @@ wait_for_socket() {
 
 start_pulseaudio() {
     local dir=$1
-    echo "load-module module-native-protocol-unix socket=$dir/native auth-anonymous=1" \
-        >"$dir/server.pa"
+    # Idle sinks suspend after 5 s, as on every desktop.
+    printf '%s\n' "load-module module-native-protocol-unix socket=$dir/native auth-anonymous=1" \
+        "load-module module-suspend-on-idle" >"$dir/server.pa"
     launch "$dir" pa.log pulseaudio -n -F "$dir/server.pa" --daemonize=no --exit-idle-time=-1 \
         --realtime=no --high-priority=no --use-pid-file=no --log-target=stderr >"$dir/pid"
 }

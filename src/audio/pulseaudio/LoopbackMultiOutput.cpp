@@ -178,17 +178,24 @@ int LoopbackMultiOutput::keepPlaying(std::vector<Loopback> loopbacks) {
     return static_cast<int>(confirmed.size());
 }
 
-bool LoopbackMultiOutput::completeLoopbacks(const Recipe& recipe, const Sink& own,
-                                            const std::vector<Sink>& sinks) {
+std::vector<Sink> LoopbackMultiOutput::missingMembers(const Recipe& recipe,
+                                                      const std::vector<Sink>& sinks) {
     const auto playing = playingMembers(recipe);
+    std::vector<Sink> missing;
+    for (const auto& uid : recipe.memberUIDs)
+        if (const auto* member = findByName(sinks, uid);
+            member && std::find(playing.begin(), playing.end(), uid) == playing.end())
+            missing.push_back(*member);
+    return missing;
+}
+
+bool LoopbackMultiOutput::completeLoopbacks(const Recipe& recipe, const Sink& own,
+                                            const std::vector<Sink>& members) {
     std::vector<Loopback> loaded;
     bool refused = false;
-    for (const auto& uid : recipe.memberUIDs) {
-        const auto* member = findByName(sinks, uid);
-        if (!member || std::find(playing.begin(), playing.end(), uid) != playing.end())
-            continue;
-        if (const auto module = loadLoopback(recipe, own, *member))
-            loaded.push_back({*module, member->index});
+    for (const auto& member : members) {
+        if (const auto module = loadLoopback(recipe, own, member))
+            loaded.push_back({*module, member.index});
         else
             refused = true;
     }

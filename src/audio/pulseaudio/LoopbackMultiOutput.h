@@ -42,9 +42,10 @@ public:
     // after naming a real sink the default. The null sink; absent when the server refused a
     // module or no member plays. A member whose loopback the server drops is left out.
     std::optional<Sink> build(const Recipe& recipe);
-    // Gives every present member of the recipe that does not play a loopback into `own`; false
-    // when the server refused one.
-    bool completeLoopbacks(const Recipe& recipe, const Sink& own, const std::vector<Sink>& sinks);
+    // The recipe's members among `sinks` that no loopback of Brivello's plays into.
+    std::vector<Sink> missingMembers(const Recipe& recipe, const std::vector<Sink>& sinks);
+    // Gives each of `members` a loopback into `own`; false when the server refused one.
+    bool completeLoopbacks(const Recipe& recipe, const Sink& own, const std::vector<Sink>& members);
     // The recipe's members that a loopback of Brivello's plays into right now, in recipe order.
     std::vector<std::string> playingMembers(const Recipe& recipe);
     // Whether anything of Brivello's, sink or loopback, is on the server.

@@ -23,9 +23,12 @@ const Sink* findByName(const std::vector<Sink>& sinks, const std::string& name) 
 
 } // namespace
 
-PulseAudioSystem::PulseAudioSystem()
+PulseAudioSystem::PulseAudioSystem(std::chrono::milliseconds restAfter)
     : m_mainThread(std::make_unique<QObject>()),
-      m_connection([this](PulseConnection::Event event) { onServerEvent(event); }) {
+      m_connection([this](PulseConnection::Event event) { onServerEvent(event); }),
+      m_rest(
+          m_connection, [this] { return m_liveMultiOutput.has_value(); },
+          [this] { return m_multiOutput.playingMembers(*m_liveMultiOutput); }, restAfter) {
     m_reconnectTimer.setInterval(kReconnectIntervalMs);
     QObject::connect(&m_reconnectTimer, &QTimer::timeout, m_mainThread.get(),
                      [this] { tryReconnect(); });
@@ -60,6 +63,14 @@ void PulseAudioSystem::onServerEvent(PulseConnection::Event event) {
         if (!m_devicesPending.exchange(true))
             post([this] { onDevicesChanged(); });
         break;
+    case PulseConnection::Event::streams:
+        if (!m_streamsPending.exchange(true))
+            post([this] {
+                m_streamsPending = false;
+                const auto within = budget();
+                m_rest.update();
+            });
+        break;
     case PulseConnection::Event::volumes:
         if (!m_volumesPending.exchange(true))
             post([this] {
@@ -80,6 +91,7 @@ void PulseAudioSystem::onDevicesChanged() {
 }
 
 void PulseAudioSystem::onConnectionLost() {
+    m_rest.forget(); // a rest ends with the server that held it
     if (!m_connection.isConnected() && !m_reconnectTimer.isActive())
         m_reconnectTimer.start();
     if (m_listener)
@@ -116,6 +128,7 @@ void PulseAudioSystem::heal() {
     const auto within = budget();
     if (repair()) {
         m_retryDelay = kFirstRetry;
+        m_rest.update(); // a rebuilt device rests as well
         return;
     }
     // Each attempt loads and unloads modules, whose events would call for the next at once.
@@ -126,8 +139,14 @@ void PulseAudioSystem::heal() {
 bool PulseAudioSystem::repair() {
     const auto sinks = m_connection.sinks();
     const auto* own = findByName(sinks, kSinkName);
-    if (own)
-        return m_multiOutput.completeLoopbacks(*m_liveMultiOutput, *own, sinks);
+    if (own) {
+        const auto missing = m_multiOutput.missingMembers(*m_liveMultiOutput, sinks);
+        if (missing.empty())
+            return true;
+        // A loopback loaded on a resting device would start with its member asleep.
+        m_rest.interrupt();
+        return m_multiOutput.completeLoopbacks(*m_liveMultiOutput, *own, missing);
+    }
     // The device died with the server while the controller still holds it: bring it back under
     // its old name, and so its old id, as the default output.
     const auto& members = m_liveMultiOutput->memberUIDs;
@@ -143,6 +162,7 @@ bool PulseAudioSystem::repair() {
 }
 
 void PulseAudioSystem::forgetMultiOutput() {
+    m_rest.forget();
     m_liveMultiOutput.reset();
     m_retryTimer.stop();
     m_retryDelay = kFirstRetry;
@@ -263,6 +283,7 @@ PulseAudioSystem::createMultiOutput(const std::vector<AudioOutputDevice>& device
     if (!ownSink)
         return std::nullopt;
     m_liveMultiOutput = std::move(recipe);
+    m_rest.update();
     return m_ids.idFor(ownSink->name, ownSink->index);
 }
 

@@ -2,6 +2,7 @@
 
 #include "AudioSystem.h"
 #include "LoopbackMultiOutput.h"
+#include "MultiOutputRest.h"
 #include "PulseConnection.h"
 #include "SinkIDs.h"
 
@@ -15,7 +16,7 @@
 // The audio system on a PulseAudio server or PipeWire's pipewire-pulse, through libpulse.
 //
 // Device ids stay with sink names (see SinkIDs); uids are sink names. The multi-output device is
-// a LoopbackMultiOutput.
+// a LoopbackMultiOutput; while nothing plays on it, its members rest (MultiOutputRest).
 //
 // Lives on the main thread, which needs a running Qt event loop: server events, reconnects and
 // repairs arrive through it. No call waits for the server longer than kActionBudget in all; a
@@ -24,8 +25,9 @@
 class PulseAudioSystem : public AudioSystem {
 public:
     // Connects to the server the environment names (the user's own, normally). Without a server
-    // there are no devices; a timer keeps trying to reconnect.
-    PulseAudioSystem();
+    // there are no devices; a timer keeps trying to reconnect. The multi-output device's members
+    // rest once nothing has played on it for `restAfter`.
+    explicit PulseAudioSystem(std::chrono::milliseconds restAfter = MultiOutputRest::kRestAfter);
     ~PulseAudioSystem() override;
 
     std::vector<AudioOutputDevice> outputDevices() override;
@@ -91,6 +93,7 @@ private:
     std::function<void(AudioDeviceID)> m_volumeListener;
     std::atomic<bool> m_devicesPending{false};
     std::atomic<bool> m_volumesPending{false};
+    std::atomic<bool> m_streamsPending{false};
     SinkIDs m_ids;
     std::map<std::string, pa_cvolume> m_balances; // per sink name, while its volume is at 0
     // Per sink name: the volume and mute last offered to the volume listener.
@@ -99,4 +102,5 @@ private:
     std::optional<LoopbackMultiOutput::Recipe> m_liveMultiOutput;
     PulseConnection m_connection;
     LoopbackMultiOutput m_multiOutput{m_connection};
+    MultiOutputRest m_rest;
 };

@@ -36,6 +36,7 @@ PulseConnection::Sink sinkFrom(const pa_sink_info& info) {
     sink.rate = info.sample_spec.rate;
     sink.channels = info.sample_spec.channels;
     sink.ownerModule = info.owner_module;
+    sink.suspended = info.state == PA_SINK_SUSPENDED;
     return sink;
 }
 
@@ -176,7 +177,8 @@ void PulseConnection::onState(pa_context* context, void* self) {
     if (state == PA_CONTEXT_READY) {
         connection->m_wasReady = true;
         const auto mask = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK |
-                                                              PA_SUBSCRIPTION_MASK_SERVER);
+                                                              PA_SUBSCRIPTION_MASK_SERVER |
+                                                              PA_SUBSCRIPTION_MASK_SINK_INPUT);
         if (auto* op = pa_context_subscribe(context, mask, nullptr, nullptr))
             pa_operation_unref(op);
         if (connection->m_announceReady)
@@ -192,9 +194,13 @@ void PulseConnection::onSubscription(pa_context*, pa_subscription_event_type_t t
                                      void* self) {
     const auto facility = type & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
     const auto kind = type & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
-    const bool sinkChanged =
-        facility == PA_SUBSCRIPTION_EVENT_SINK && kind == PA_SUBSCRIPTION_EVENT_CHANGE;
-    static_cast<PulseConnection*>(self)->m_onEvent(sinkChanged ? Event::volumes : Event::devices);
+    auto* connection = static_cast<PulseConnection*>(self);
+    if (facility == PA_SUBSCRIPTION_EVENT_SINK_INPUT)
+        connection->m_onEvent(Event::streams);
+    else if (facility == PA_SUBSCRIPTION_EVENT_SINK && kind == PA_SUBSCRIPTION_EVENT_CHANGE)
+        connection->m_onEvent(Event::volumes);
+    else
+        connection->m_onEvent(Event::devices);
 }
 
 template <class Issue> bool PulseConnection::await(Request& request, Issue issue) {
@@ -301,6 +307,29 @@ bool PulseConnection::setSinkMute(std::uint32_t index, bool mute) {
     });
 }
 
+bool PulseConnection::suspendSink(std::uint32_t index, bool suspend) {
+    LoopLock lock(m_loop);
+    Request request;
+    return await(request, [&] {
+        return pa_context_suspend_sink_by_index(m_context, index, suspend ? 1 : 0, finishSuccess,
+                                                &request);
+    });
+}
+
+std::optional<std::string> PulseConnection::serverName() {
+    LoopLock lock(m_loop);
+    Answer<std::optional<std::string>> answer;
+    auto onInfo = [](pa_context*, const pa_server_info* info, void* data) {
+        auto* a = static_cast<Answer<std::optional<std::string>>*>(data);
+        if (info && info->server_name)
+            a->result = std::string(info->server_name);
+        a->finish(info != nullptr);
+    };
+    if (!await(answer, [&] { return pa_context_get_server_info(m_context, onInfo, &answer); }))
+        return std::nullopt;
+    return answer.result;
+}
+
 std::vector<PulseConnection::Module> PulseConnection::modules() {
     LoopLock lock(m_loop);
     Answer<std::vector<Module>> answer;
@@ -350,7 +379,7 @@ std::vector<PulseConnection::SinkInput> PulseConnection::sinkInputs() {
         if (eol != 0)
             a->finish(eol > 0);
         else if (info)
-            a->result.push_back({info->index, info->sink, info->owner_module});
+            a->result.push_back({info->index, info->sink, info->owner_module, info->corked != 0});
     };
     if (!await(answer,
                [&] { return pa_context_get_sink_input_info_list(m_context, onInput, &answer); }))

@@ -30,6 +30,7 @@ public:
         std::uint32_t rate = 0;
         std::uint8_t channels = 0;
         std::uint32_t ownerModule = PA_INVALID_INDEX;
+        bool suspended = false;
     };
     struct Module {
         std::uint32_t index = PA_INVALID_INDEX;
@@ -40,12 +41,13 @@ public:
         std::uint32_t index = PA_INVALID_INDEX;
         std::uint32_t sink = PA_INVALID_INDEX;
         std::uint32_t ownerModule = PA_INVALID_INDEX;
+        bool corked = false;
     };
     // devices: a sink came or went, or the server's default changed; volumes: a sink changed
-    // (volume, mute, state); lost: the connection ended, by the server or by a missed deadline;
-    // connected: a connection started by startConnecting(), or one connect() gave up waiting
-    // for, is up.
-    enum class Event { devices, volumes, lost, connected };
+    // (volume, mute, state); streams: a playback stream came, went, or was corked or uncorked;
+    // lost: the connection ended, by the server or by a missed deadline; connected: a connection
+    // started by startConnecting(), or one connect() gave up waiting for, is up.
+    enum class Event { devices, volumes, streams, lost, connected };
 
     // Every request made while one lives shares its deadline, so one action of the caller waits
     // for the server at most `limit` in all. An inner budget keeps the outer one's deadline.
@@ -89,6 +91,10 @@ public:
     bool setDefaultSink(const std::string& name);
     bool setSinkVolume(std::uint32_t index, const pa_cvolume& volume);
     bool setSinkMute(std::uint32_t index, bool mute);
+    // Suspends the sink, or lifts that suspension; its streams stay connected and stall meanwhile.
+    bool suspendSink(std::uint32_t index, bool suspend);
+    // The server's name: "pulseaudio", or "PulseAudio (on PipeWire …)".
+    std::optional<std::string> serverName();
     std::vector<Module> modules();
     std::optional<std::uint32_t> loadModule(const std::string& name, const std::string& argument);
     bool unloadModule(std::uint32_t index);

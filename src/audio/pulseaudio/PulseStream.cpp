@@ -139,6 +139,18 @@ PulseStream::Started PulseStream::play(PulseConnection& connection,
 
 std::unique_ptr<PulseStream> PulseStream::peaks(PulseConnection& connection,
                                                 const std::string& source, Peak onPeak) {
+    return record(connection, source, std::move(onPeak), true);
+}
+
+std::unique_ptr<PulseStream> PulseStream::keepAwake(PulseConnection& connection,
+                                                    const std::string& source) {
+    return record(
+        connection, source, [](float) {}, false);
+}
+
+std::unique_ptr<PulseStream> PulseStream::record(PulseConnection& connection,
+                                                 const std::string& source, Peak onPeak,
+                                                 bool letSuspend) {
     LoopLock lock(connection.m_loop);
     if (!isReady(connection.m_context))
         return nullptr;
@@ -154,9 +166,10 @@ std::unique_ptr<PulseStream> PulseStream::peaks(PulseConnection& connection,
     pa_buffer_attr attributes;
     std::memset(&attributes, 0xff, sizeof attributes); // every field the server's choice …
     attributes.fragsize = sizeof(float);               // … but one peak at a time
-    const auto flags =
-        static_cast<pa_stream_flags_t>(PA_STREAM_PEAK_DETECT | PA_STREAM_ADJUST_LATENCY |
-                                       PA_STREAM_DONT_MOVE | PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND);
+    auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_PEAK_DETECT | PA_STREAM_ADJUST_LATENCY |
+                                                PA_STREAM_DONT_MOVE);
+    if (letSuspend)
+        flags = static_cast<pa_stream_flags_t>(flags | PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND);
     if (pa_stream_connect_record(stream->m_stream, source.c_str(), &attributes, flags) < 0)
         stream->release();
     return stream;

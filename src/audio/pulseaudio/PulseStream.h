@@ -40,12 +40,18 @@ public:
     // moved. Never waits: whether it runs shows later; absent without a connection.
     static std::unique_ptr<PulseStream> peaks(PulseConnection& connection,
                                               const std::string& source, Peak onPeak);
+    // The same peaks, thrown away: the sink whose monitor `source` is wakes up from suspension
+    // and stays awake while the stream lives.
+    static std::unique_ptr<PulseStream> keepAwake(PulseConnection& connection,
+                                                  const std::string& source);
 
     // Failed or terminated, by the server, with its context, or never started.
     bool ended() const { return m_ended; }
 
 private:
     explicit PulseStream(PulseConnection& connection) : m_connection(connection) {}
+    static std::unique_ptr<PulseStream>
+    record(PulseConnection& connection, const std::string& source, Peak onPeak, bool letSuspend);
     // With the loop locked: no more callbacks, and the stream let go of.
     void release();
     static void onState(pa_stream* stream, void* self);

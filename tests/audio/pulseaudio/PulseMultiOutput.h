@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -39,9 +40,10 @@ protected:
 
     void SetUp() override { ASSERT_TRUE(server.start()); }
 
-    // Brivello starting, these devices ticked.
-    void startBrivello(std::initializer_list<const char*> uids = {}) {
-        audio = std::make_unique<PulseAudioSystem>();
+    // Brivello starting, these devices ticked, their device resting after `restAfter` of silence.
+    void startBrivello(std::initializer_list<const char*> uids = {},
+                       std::chrono::milliseconds restAfter = MultiOutputRest::kRestAfter) {
+        audio = std::make_unique<PulseAudioSystem>(restAfter);
         controller = std::make_unique<MultiOutputController>(*audio);
         for (const char* uid : uids)
             controller->toggle(device(uid).id);
@@ -53,6 +55,14 @@ protected:
         const auto it =
             std::find_if(all.begin(), all.end(), [&](const auto& d) { return d.uid == uid; });
         return it == all.end() ? AudioOutputDevice{} : *it;
+    }
+
+    // The sink's state as the server reports it: RUNNING, IDLE or SUSPENDED.
+    QString sinkState(const QString& name) {
+        for (const auto& line : server.list("sinks"))
+            if (line.section('\t', 1, 1) == name)
+                return line.section('\t', 4, 4);
+        return {};
     }
 
     int loopbacks() {

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -44,22 +46,32 @@ TEST_F(PulseMultiOutput, PlaysOnTheSelectedDevicesAndPutsEverythingBackAfterward
 }
 
 // Two devices fed by one 4-channel null sink share its clock, so the onsets recorded on its
-// monitor differ by exactly what the loopbacks add.
-TEST_F(PulseMultiOutput, ACommittedDelayMovesThatDeviceLaterByItsMilliseconds) {
-    ASSERT_GE(server.loadModule({"module-null-sink", "sink_name=clock4", "channels=4",
-                                 "channel_map=front-left,front-right,rear-left,rear-right"}),
-              0);
-    for (const auto& [name, channels] :
-         {std::pair{"near", "front-left,front-right"}, std::pair{"far", "rear-left,rear-right"}})
-        ASSERT_GE(
-            server.loadModule({"module-remap-sink", QString("sink_name=") + name, "master=clock4",
-                               "remix=no", "channels=2", "channel_map=front-left,front-right",
-                               QString("master_channel_map=") + channels,
-                               "sink_properties=device.class=sound"}),
-            0);
-    // The recording asks the 4-channel sink for a short latency before the loopbacks start;
-    // otherwise they would settle on the null sink's idle latency of two seconds.
-    MonitorRecording both("clock4.monitor", 4);
+// monitor (front channels: near, rear: far) differ by exactly what the loopbacks add.
+class PulseSharedClock : public PulseMultiOutput {
+protected:
+    void SetUp() override {
+        PulseMultiOutput::SetUp();
+        ASSERT_GE(server.loadModule({"module-null-sink", "sink_name=clock4", "channels=4",
+                                     "channel_map=front-left,front-right,rear-left,rear-right"}),
+                  0);
+        for (const auto& [name, channels] : {std::pair{"near", "front-left,front-right"},
+                                             std::pair{"far", "rear-left,rear-right"}})
+            ASSERT_GE(server.loadModule({"module-remap-sink", QString("sink_name=") + name,
+                                         "master=clock4", "remix=no", "channels=2",
+                                         "channel_map=front-left,front-right",
+                                         QString("master_channel_map=") + channels,
+                                         "sink_properties=device.class=sound"}),
+                      0);
+        // The recording asks the 4-channel sink for a short latency before the loopbacks start;
+        // otherwise they would settle on the null sink's idle latency of two seconds.
+        recording = std::make_unique<MonitorRecording>("clock4.monitor", 4);
+    }
+
+    std::unique_ptr<MonitorRecording> recording;
+};
+
+TEST_F(PulseSharedClock, ACommittedDelayMovesThatDeviceLaterByItsMilliseconds) {
+    auto& both = *recording;
     startBrivello({"near", "far"});
     controller->activate();
     controller->setDelay(device("far").id, 180);
@@ -83,6 +95,72 @@ TEST_F(PulseMultiOutput, ACommittedDelayMovesThatDeviceLaterByItsMilliseconds) {
     EXPECT_EQ(controller->delaysMs().at(device("far").id), 180);
     EXPECT_EQ(loopbacks(), 2);
     EXPECT_EQ(server.defaultSink(), kSinkName);
+}
+
+// Nothing playing on the device: its members rest until the server suspends them, while Brivello
+// stays on as before. Every stream wakes them, each device exactly as late as before, however
+// often they rested; a member unplugged meanwhile rests along once it is back and keeps its delay.
+TEST_F(PulseSharedClock, MembersRestWhileNothingPlaysAndWakeWithTheirDelays) {
+    if (PrivateSoundServer::isPipeWire())
+        GTEST_SKIP() << "on PipeWire 0.3.65 the members do not rest (see MultiOutputRest)";
+    // Idle sinks here suspend after 1 s, so that every round wakes sleeping members.
+    server.pactl({"unload-module", "module-suspend-on-idle"});
+    ASSERT_GE(server.loadModule({"module-suspend-on-idle", "timeout=1"}), 0);
+    const auto userDefault = server.defaultSink();
+    startBrivello({"near", "far"}, std::chrono::milliseconds(300));
+    controller->activate();
+    controller->setDelay(device("far").id, 180);
+    controller->commitDelays();
+    ASSERT_TRUE(controller->isActive());
+    const auto status = controller->statusMessage();
+    auto membersSuspended = [&] {
+        return waitUntil(
+            [&] {
+                return sinkState(kSinkName) == "SUSPENDED" && sinkState("near") == "SUSPENDED" &&
+                       sinkState("far") == "SUSPENDED";
+            },
+            5000);
+    };
+    EXPECT_TRUE(membersSuspended()) << qPrintable(server.pactl({"list", "short", "sinks"}));
+    const auto farModule = server.list("modules").filter("sink_name=far").first();
+    server.pactl({"unload-module", farModule.section('\t', 0, 0)});
+    ASSERT_TRUE(waitUntil([&] { return loopbacks() == 1; }, 1000));
+    ASSERT_GE(
+        server.loadModule(QStringList{"module-remap-sink"} + farModule.section('\t', 2).split(' ')),
+        0);
+    EXPECT_TRUE(waitUntil([&] { return loopbacks() == 2; }, 1000));
+    EXPECT_TRUE(membersSuspended()) << "the returning member rests as well";
+    EXPECT_EQ(server.defaultSink(), kSinkName);
+    EXPECT_EQ(controller->statusMessage(), status);
+    EXPECT_EQ(audio->multiOutputMembers().size(), 2u);
+
+    int changes = 0; // resting and waking are no change to anyone
+    for (auto signal :
+         {&MultiOutputController::devicesChanged, &MultiOutputController::selectedChanged,
+          &MultiOutputController::isActiveChanged, &MultiOutputController::statusMessageChanged})
+        QObject::connect(controller.get(), signal, [&] { ++changes; });
+    constexpr int kRounds = 20;
+    for (int round = 0; round <= kRounds; ++round) {
+        ASSERT_TRUE(membersSuspended()) << "round " << round;
+        QProcess player;
+        startTone(player, 0, 0.2);
+        ASSERT_TRUE(waitUntil([&] { return player.state() == QProcess::NotRunning; }, 5000));
+        sleepMs(300); // one tone ends before the next starts, on every device
+    }
+    const auto nearOnsets = onsetsSeconds(recording->channel(0), 0.4);
+    const auto farOnsets = onsetsSeconds(recording->channel(2), 0.4);
+    ASSERT_EQ(nearOnsets.size(), kRounds + 1u);
+    ASSERT_EQ(farOnsets.size(), kRounds + 1u);
+    for (int round = 0; round <= kRounds; ++round)
+        EXPECT_NEAR((farOnsets[round] - nearOnsets[round]) * 1000.0, 180.0, 2.0)
+            << "round " << round;
+    // Switched off while resting.
+    ASSERT_TRUE(waitUntil([&] { return sinkState(kSinkName) == "SUSPENDED"; }, 5000));
+    EXPECT_EQ(changes, 0);
+    EXPECT_TRUE(controller->isActive());
+    controller->deactivate();
+    EXPECT_EQ(server.defaultSink(), userDefault);
+    EXPECT_FALSE(leftovers());
 }
 
 // Descriptions end up in the loopbacks' arguments; none may break or add an argument. Sink names

@@ -49,10 +49,17 @@ protected:
 
 TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDeviceBack) {
     const std::string userDefault = server.defaultSink();
-    startBrivello({"usb_dac", "bt_speaker"});
+    startBrivello({"usb_dac", "bt_speaker"}, std::chrono::milliseconds(300));
     const auto before = controller->devices();
     controller->activate();
     ASSERT_TRUE(controller->isActive());
+    // On PulseAudio the server goes while the device rests, and the rebuilt one rests as well.
+    auto resting = [&] {
+        return waitUntil(
+            [&] { return PrivateSoundServer::isPipeWire() || sinkState(kSinkName) == "SUSPENDED"; },
+            3000);
+    };
+    ASSERT_TRUE(resting());
 
     server.stop();
     EXPECT_TRUE(waitUntil([&] { return controller->devices().empty(); }, 3000));
@@ -79,6 +86,7 @@ TEST_F(PulseServerLifecycle, AServerRestartWhileActiveBringsTheMultiOutputDevice
         latencies << module.section("latency_msec=", 1).section(' ', 0, 0);
     latencies.sort();
     EXPECT_EQ(latencies.join(" ").toStdString(), "240 60");
+    EXPECT_TRUE(resting());
 
     controller->deactivate();
     EXPECT_EQ(server.defaultSink(), userDefault);

@@ -71,10 +71,21 @@ double toneAmplitude(const std::vector<float>& samples) {
 }
 
 std::optional<double> onsetSeconds(const std::vector<float>& samples, float threshold) {
+    const auto all = onsetsSeconds(samples, static_cast<double>(samples.size()), threshold);
+    return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+std::vector<double> onsetsSeconds(const std::vector<float>& samples, double gapSeconds,
+                                  float threshold) {
     // A click or a burst of noise is loud as well: the onset is the loud sample the tone follows.
     const std::size_t window = MonitorRecording::kRate / 20;
-    for (std::size_t i = 0; i + window <= samples.size(); ++i)
-        if (std::abs(samples[i]) > threshold && amplitudeAt(samples, i, window) > 4.0 * threshold)
-            return static_cast<double>(i) / MonitorRecording::kRate;
-    return std::nullopt;
+    const auto gap = static_cast<std::size_t>(gapSeconds * MonitorRecording::kRate);
+    std::vector<double> onsets;
+    for (std::size_t i = 0; i + window <= samples.size(); ++i) {
+        if (std::abs(samples[i]) > threshold && amplitudeAt(samples, i, window) > 4.0 * threshold) {
+            onsets.push_back(static_cast<double>(i) / MonitorRecording::kRate);
+            i += std::max<std::size_t>(gap, 1) - 1;
+        }
+    }
+    return onsets;
 }

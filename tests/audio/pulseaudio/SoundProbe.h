@@ -33,3 +33,6 @@ double toneAmplitude(const std::vector<float>& samples);
 
 // The time (s) of the first sample louder than `threshold` that starts a 440 Hz tone.
 std::optional<double> onsetSeconds(const std::vector<float>& samples, float threshold = 0.05f);
+// The times (s) of every tone's start, each one at least `gapSeconds` after the one before.
+std::vector<double> onsetsSeconds(const std::vector<float>& samples, double gapSeconds,
+                                  float threshold = 0.05f);
