@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets of fuzz/ with clang in build-fuzz and runs each one for the given
-# number of seconds (default 60), starting from a copy of its seed corpus fuzz/corpus/<target>/.
+# number of seconds (default 60), starting from a copy of its example inputs in fuzz/corpus/<target>/.
 # Fails on the first crash, leak, sanitizer report or timeout; the input that caused it and the
 # fuzzer's log are kept in build-fuzz/findings/<target>/. FUZZ_CC and FUZZ_CXX name another clang.
 set -euo pipefail
@@ -13,17 +13,17 @@ cmake -S . -B "$build" -G Ninja -DBRIVELLO_FUZZ=ON \
   -DCMAKE_C_COMPILER="${FUZZ_CC:-clang-14}" -DCMAKE_CXX_COMPILER="${FUZZ_CXX:-clang++-14}"
 cmake --build "$build"
 
-for seeds in fuzz/corpus/*/; do
-  target=$(basename "$seeds")
-  # What the fuzzer finds stays in the build folder; the committed seeds never change.
+for examples in fuzz/corpus/*/; do
+  target=$(basename "$examples")
+  # What the fuzzer finds stays in the build folder; the committed examples never change.
   corpus="$build/corpus/$target"
   findings="$build/findings/$target"
   rm -rf "$corpus" "$findings" && mkdir -p "$corpus" "$findings"
-  cp "$seeds"* "$corpus"/
+  cp "$examples"* "$corpus"/
   options=(-max_total_time="$seconds" -timeout=10 -print_final_stats=1
            -artifact_prefix="$findings/")
   if [[ -f fuzz/$target.dict ]]; then options+=(-dict="fuzz/$target.dict"); fi
-  echo "== $target: ${seconds} s from $(ls "$seeds" | wc -l) seeds"
+  echo "== $target: ${seconds} s from $(ls "$examples" | wc -l) examples"
   # libFuzzer reports every new input; the log keeps that, the terminal gets the outcome.
   log="$findings/fuzz.log"
   if ! UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
