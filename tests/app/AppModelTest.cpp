@@ -4,7 +4,6 @@
 #include "CoreAudioSystem.h"
 #include "HotKeyCenter.h"
 
-#include <QCoreApplication>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -82,10 +81,4 @@ TEST(AppModel, AHotKeySomethingElseHoldsStaysWithItsZoneAndIsReportedWhileTheOth
     zones.setHotKey(std::nullopt, zones.zones()[0]);
     EXPECT_TRUE(model.zonesWithTakenHotKey().empty());
     EXPECT_EQ(reports, 2);
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

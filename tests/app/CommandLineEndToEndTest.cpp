@@ -1,7 +1,6 @@
 #include "PrivateDesktopTest.h"
 #include "ZoneStore.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -114,10 +113,4 @@ TEST_F(CommandLineEndToEnd, OneBrivelloPerUserWhenStartedTwiceAtOnceOrAfterAKill
     EXPECT_EQ(command({"--quit"}).exitCode, 0);
     EXPECT_TRUE(waitUntil([this] { return !running(); }));
     EXPECT_TRUE(restored());
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -3,7 +3,6 @@
 #include "ControlServer.h"
 #include "SingleInstance.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QLocalSocket>
 #include <QTemporaryDir>
@@ -125,10 +124,4 @@ TEST(ControlChannel, RequestsCrossTheWireUnchangedAndMalformedOnesAreRefused) {
     EXPECT_FALSE(parseControlRequest(R"({"command":"on","zone":")" +
                                      std::string(kMaxZoneNameBytes + 1, 'x') + R"("})"));
     EXPECT_FALSE(parseControlReply(R"({"exit":300,"out":"","err":""})"));
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -3,7 +3,6 @@
 #include "ZoneStore.h"
 
 #include <QColor>
-#include <QCoreApplication>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -257,10 +256,4 @@ TEST_F(HotKeyEndToEnd, AZoneMadeInTheWindowGetsAHotKeyThatWorksAtOnceAndGoesWith
 
     brivello.terminate();
     ASSERT_TRUE(brivello.waitForFinished(10000));
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -2,7 +2,6 @@
 #include "SoundProbe.h"
 #include "ZoneStore.h"
 
-#include <QCoreApplication>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
@@ -114,10 +113,4 @@ TEST_F(ToneEndToEnd, TheToneButtonPlaysOnEveryActiveDeviceAndAfterAServerRestart
     brivello.terminate();
     ASSERT_TRUE(brivello.waitForFinished(10000));
     EXPECT_EQ(brivello.exitCode(), 0);
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -2,7 +2,6 @@
 #include "WindowShot.h"
 #include "ZoneStore.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <QSettings>
@@ -238,10 +237,4 @@ TEST_F(TrayEndToEnd, ATrayThatAppearsAfterBrivelloTakesItsIcon) {
     askToClose(mainWindow);
     ASSERT_TRUE(waitUntil([this] { return visibleMainWindow() == 0; }));
     EXPECT_FALSE(brivello.waitForFinished(1500)) << "Brivello lives on in the tray";
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -1,7 +1,6 @@
 #include "PrivateDesktopTest.h"
 #include "WindowShot.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
@@ -270,10 +269,4 @@ TEST_F(WindowEndToEnd, TickSwitchOnDelayAndSwitchOffWithThePointer) {
     brivello.terminate();
     ASSERT_TRUE(brivello.waitForFinished(10000));
     EXPECT_EQ(brivello.exitCode(), 0);
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

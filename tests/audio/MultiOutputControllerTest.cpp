@@ -404,9 +404,3 @@ TEST_F(Controller, ZonesSwitchOnSwitchOverAndOffAndQuittingLeavesNothingBehind) 
     EXPECT_EQ(audio.defaultOutput(), speakers);
     EXPECT_TRUE(multiOutputs().empty());
 }
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
-}

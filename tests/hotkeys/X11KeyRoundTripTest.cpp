@@ -3,7 +3,6 @@
 #include "X11KeyMap.h"
 #include "ZoneCoding.h"
 
-#include <QCoreApplication>
 #include <QProcess>
 
 #include <gtest/gtest.h>
@@ -76,10 +75,4 @@ TEST(X11KeyRoundTrip, EveryGrabbableKeyIsGrabbedOnTheKeyThatWasRecorded) {
     xcb_disconnect(connection);
     xvfb.terminate();
     xvfb.waitForFinished();
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -1,7 +1,6 @@
 #include "LevelMeter.h"
 #include "LevelMeterBars.h"
 
-#include <QCoreApplication>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -87,10 +86,4 @@ TEST(LevelMeter, MeasuredBarsStandAtThePeakAndFallSmoothly) {
     bars.setLevel(0.7);
     bars.setActive(false);
     EXPECT_EQ(bars.fractions(), QList<double>(5, 0.06));
-}
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
 }

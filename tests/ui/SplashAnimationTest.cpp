@@ -130,9 +130,3 @@ TEST(SplashPlayback, FinishesOnceAfterTheDurationOrAtAClick) {
     EXPECT_FALSE(clicked.started());
     EXPECT_EQ(clickedFinish.size(), 1);
 }
-
-int main(int argc, char** argv) {
-    ::testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
-}

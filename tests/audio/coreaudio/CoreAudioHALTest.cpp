@@ -184,9 +184,3 @@ TEST(CoreAudioHAL, EveryLeftoverIsRemoved) {
     EXPECT_TRUE(CoreAudioHAL::waitUntilMultiOutputGone(audio));
     EXPECT_EQ(audio.deviceList(), std::vector<AudioDeviceID>{studio});
 }
-
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
-    return RUN_ALL_TESTS();
-}
