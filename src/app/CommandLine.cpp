@@ -94,10 +94,11 @@ CommandLine parseCommandLine(const QStringList& arguments, const QString& versio
         {&zone, Command::zone}, {&on, Command::on},           {&off, Command::off},
         {&list, Command::list}, {&devices, Command::devices}, {&status, Command::status},
         {&quit, Command::quit}};
-    int given = 0;
+    // A repeated --zone or --on counts as often as it is given.
+    qsizetype given = 0;
     for (const auto& [option, command] : commands)
-        given += static_cast<int>(parser.values(*option).size() +
-                                  (option->valueName().isEmpty() && parser.isSet(*option)));
+        given += option->valueName().isEmpty() ? qsizetype(parser.isSet(*option))
+                                               : parser.values(*option).size();
     if (given > 1)
         return usageError(QStringLiteral("nur ein Befehl auf einmal."));
     for (const auto& [option, command] : commands)

@@ -66,11 +66,14 @@ const Zone* ControlCommands::findZone(const std::string& nameOrID) const {
     const auto& zones = m_model.zones().zones();
     auto it = std::find_if(zones.begin(), zones.end(),
                            [&](const Zone& zone) { return zone.name == nameOrID; });
-    if (it == zones.end()) {
-        const QUuid id = QUuid::fromString(QString::fromStdString(nameOrID));
-        it = std::find_if(zones.begin(), zones.end(),
-                          [&](const Zone& zone) { return !id.isNull() && zone.id == id; });
-    }
+    return it != zones.end() ? &*it
+                             : zoneWithID(QUuid::fromString(QString::fromStdString(nameOrID)));
+}
+
+const Zone* ControlCommands::zoneWithID(const QUuid& id) const {
+    const auto& zones = m_model.zones().zones();
+    auto it = std::find_if(zones.begin(), zones.end(),
+                           [&](const Zone& zone) { return !id.isNull() && zone.id == id; });
     return it == zones.end() ? nullptr : &*it;
 }
 
@@ -162,7 +165,7 @@ ControlReply ControlCommands::status(bool json) const {
     const bool active = controller.isActive();
     const Zone* zone = nullptr;
     if (active && controller.activeZoneID())
-        zone = findZone(idText(*controller.activeZoneID()));
+        zone = zoneWithID(*controller.activeZoneID());
     const auto playing = active ? controller.selectedDevices() : std::vector<AudioOutputDevice>{};
     if (json) {
         Json devices = Json::array();

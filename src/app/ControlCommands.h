@@ -2,6 +2,8 @@
 
 #include "ControlRequest.h"
 
+#include <QUuid>
+
 #include <functional>
 
 class AppModel;
@@ -25,6 +27,7 @@ private:
     ControlReply status(bool json) const;
     // By name first (the user's order decides between equal names), then by id.
     const Zone* findZone(const std::string& nameOrID) const;
+    const Zone* zoneWithID(const QUuid& id) const;
 
     AppModel& m_model;
     std::function<void()> m_raiseWindow;
